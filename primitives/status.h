@@ -1,0 +1,14 @@
+// The status codes that the primitives in this tree return. Every primitive answers with one:
+// 0 success, negative refused with nothing written, positive done with a warning.
+#pragma once
+
+#include <cstdint>
+
+namespace zr::primitives {
+
+inline constexpr int32_t kStatusOk = 0;
+inline constexpr int32_t kStatusSize = -6;
+inline constexpr int32_t kStatusNullPointer = -8;
+inline constexpr int32_t kStatusDivideByZero = -10;
+
+}  // namespace zr::primitives
