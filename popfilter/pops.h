@@ -1,5 +1,6 @@
-// The pop filter: finds short clicks in 16-bit mono PCM and replaces them by what an adaptive linear
-// predictor expected there. Plain functions over one record; no platform, no locks, no globals.
+// The pop filter: finds short clicks in 16-bit mono PCM and replaces them by what an adaptive
+// linear predictor expected there. Plain functions over one record; no platform, no locks, no
+// globals.
 //
 //   POPSState* filter = nullptr;
 //   if (POPSCreate(&filter) == POPS_OK) POPSProcess(filter, sampleCount, samples);  // in place
@@ -14,11 +15,11 @@
 /// Status codes of the filter.
 enum : int32_t {
   POPS_OK = 0,
-  POPS_ERR_PARAM = 1,    ///< Unknown parameter id, illegal value, wrong size.
-  POPS_ERR_NOSTATE = 2,  ///< The record pointer is null.
-  POPS_ERR_NOTREADY = 3, ///< The record has lost its buffers; a length must be written first.
-  POPS_ERR_NOMEM = 8,    ///< An allocation failed.
-  POPS_ERR_NULLARG = 11, ///< A required buffer or size is null or 0.
+  POPS_ERR_PARAM = 1,     ///< Unknown parameter id, illegal value, wrong size.
+  POPS_ERR_NOSTATE = 2,   ///< The record pointer is null.
+  POPS_ERR_NOTREADY = 3,  ///< The record has lost its buffers; a length must be written first.
+  POPS_ERR_NOMEM = 8,     ///< An allocation failed.
+  POPS_ERR_NULLARG = 11,  ///< A required buffer or size is null or 0.
 };
 
 /// Numbered parameters. All can be read; those from POPS_ID_BITS on can be written. Values are
@@ -51,33 +52,33 @@ enum : uint32_t {
 
 /// The record of one mono stream. Owned buffers; read it freely, change it through parameters.
 struct POPSState {
-  uint32_t ulSampleRate;     ///< Stored and read back only.
-  uint32_t ulOption;         ///< Stored and read back only.
-  uint32_t ulBytesPerSample; ///< Always 2.
-  int16_t* psHistory;        ///< The last ulOrder + ulDelay samples before the current block.
-  int16_t* psTail;           ///< ulDelay samples: scratch for the end of a block.
-  uint32_t ulChannels;       ///< Always 1.
-  uint32_t ulOrder;          ///< Predictor taps.
-  uint32_t ulSettle;         ///< Training samples before detection.
-  uint32_t ulDelay;          ///< Look-ahead, which is also the latency.
-  uint32_t ulPhase;          ///< One of POPS_PHASE_...
-  uint32_t ulCount;          ///< Samples left in a phase; in POPS_PHASE_WATCH, repairs in a row.
-  float* pfCoefs;            ///< ulOrder predictor coefficients.
-  float* pfAnalysis;         ///< ulOrder + ulDelay values: scratch for one sample.
-  float fEnergy;             ///< Running energy of the predictor's input.
-  float fStep;               ///< See POPS_ID_STEP.
-  float fCeiling;            ///< See POPS_ID_CEILING.
-  float fFloor;              ///< See POPS_ID_FLOOR.
-  float fSlope;              ///< See POPS_ID_SLOPE.
-  uint32_t ulDetectMode;     ///< See POPS_ID_MODE.
+  uint32_t ulSampleRate;      ///< Stored and read back only.
+  uint32_t ulOption;          ///< Stored and read back only.
+  uint32_t ulBytesPerSample;  ///< Always 2.
+  int16_t* psHistory;         ///< The last ulOrder + ulDelay samples before the current block.
+  int16_t* psTail;            ///< ulDelay samples: scratch for the end of a block.
+  uint32_t ulChannels;        ///< Always 1.
+  uint32_t ulOrder;           ///< Predictor taps.
+  uint32_t ulSettle;          ///< Training samples before detection.
+  uint32_t ulDelay;           ///< Look-ahead, which is also the latency.
+  uint32_t ulPhase;           ///< One of POPS_PHASE_...
+  uint32_t ulCount;           ///< Samples left in a phase; in POPS_PHASE_WATCH, repairs in a row.
+  float* pfCoefs;             ///< ulOrder predictor coefficients.
+  float* pfAnalysis;          ///< ulOrder + ulDelay values: scratch for one sample.
+  float fEnergy;              ///< Running energy of the predictor's input.
+  float fStep;                ///< See POPS_ID_STEP.
+  float fCeiling;             ///< See POPS_ID_CEILING.
+  float fFloor;               ///< See POPS_ID_FLOOR.
+  float fSlope;               ///< See POPS_ID_SLOPE.
+  uint32_t ulDetectMode;      ///< See POPS_ID_MODE.
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(POPSState) == 76);
 
 /// Makes a record with the default parameters, silent history and zero coefficients.
 /// Returns POPS_ERR_PARAM if state is null, POPS_ERR_NOMEM if an allocation fails. When a buffer
-/// could not be had, *state still holds a record that must go to POPSDestroy; when the record itself
-/// could not, *state is null.
+/// could not be had, *state still holds a record that must go to POPSDestroy; when the record
+/// itself could not, *state is null.
 int32_t POPSCreate(POPSState** state);
 
 /// Frees a record and its buffers, complete or not.
@@ -89,14 +90,15 @@ int32_t POPSDestroy(POPSState* state);
 int32_t POPSGetParameter(const POPSState* state, uint32_t id, uint32_t* value);
 
 /// Writes a parameter; it acts from the next sample on and restarts nothing.
-/// Returns POPS_ERR_NOSTATE if state is null; POPS_ERR_PARAM, with nothing changed, if the id cannot
-/// be written or the value is illegal for it; POPS_ERR_NOMEM if a new length leaves the record
-/// without buffers: the length stands, and the record is unfit to run until a later write succeeds.
+/// Returns POPS_ERR_NOSTATE if state is null; POPS_ERR_PARAM, with nothing changed, if the id
+/// cannot be written or the value is illegal for it; POPS_ERR_NOMEM if a new length leaves the
+/// record without buffers: the length stands, and the record is unfit to run until a later write
+/// succeeds.
 int32_t POPSSetParameter(POPSState* state, uint32_t id, uint32_t value);
 
 /// The same through untyped memory: *value is 4 bytes long at any alignment, *size must be 4.
-/// Returns POPS_ERR_NOSTATE if state is null, POPS_ERR_PARAM if value or size is null or the size is
-/// not 4, then as above.
+/// Returns POPS_ERR_NOSTATE if state is null, POPS_ERR_PARAM if value or size is null or the size
+/// is not 4, then as above.
 int32_t POPSGetParameterBlock(const POPSState* state, uint32_t id, void* value,
                               const uint32_t* size);
 int32_t POPSSetParameterBlock(POPSState* state, uint32_t id, const void* value, uint32_t size);
@@ -109,8 +111,8 @@ int32_t POPSSetParameterBlock(POPSState* state, uint32_t id, const void* value, 
 int32_t POPSProcessBuffer(POPSState* state, uint32_t pin, void* input, uint32_t inputBytes,
                           void* output, uint32_t outputBytes, uint32_t reserved);
 
-/// Filters sampleCount samples in place. The result is the input delayed by ulDelay samples, bit for
-/// bit but for the repaired ones, and does not depend on how the stream is cut into calls.
+/// Filters sampleCount samples in place. The result is the input delayed by ulDelay samples, bit
+/// for bit but for the repaired ones, and does not depend on how the stream is cut into calls.
 ///
 /// A sample t with prediction p (normalised least mean squares, ulOrder taps) is repaired when
 /// |t - p| > m fSlope + fFloor, m being the larger standard deviation of the samples around t, or
@@ -118,5 +120,5 @@ int32_t POPSProcessBuffer(POPSState* state, uint32_t pin, void* input, uint32_t 
 /// p, on either side; 2 and 3 that t stands off the line through its neighbours by more than fFloor
 /// or that these lie more than 0.4 apart. At most two samples in a row are repaired.
 ///
-/// Does nothing for a null record, a record without buffers, or a count below 1.
+/// Does nothing for a null record, a record without buffers, a count below 1 or null samples.
 void POPSProcess(POPSState* state, int32_t sampleCount, int16_t* samples);

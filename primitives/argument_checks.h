@@ -12,7 +12,8 @@ namespace zr::primitives {
 template <typename... Pointers>
 [[nodiscard]] inline int32_t CheckArguments(int32_t length, int32_t minimum,
                                             const Pointers*... pointers) {
-  if (((pointers == nullptr) || ...)) return kStatusNullPointer;
+  const bool isAnyNull = ((pointers == nullptr) || ...);
+  if (isAnyNull) return kStatusNullPointer;
   return length < minimum ? kStatusSize : kStatusOk;
 }
 

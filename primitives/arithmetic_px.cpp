@@ -12,7 +12,9 @@ using namespace zr::primitives;
 namespace {
 
 // The comparison of the x87 calls a NaN equal to anything; callers see that in the special cases.
-bool IsEqualOrUnordered(float a, float b) { return !(a < b) && !(a > b); }
+bool IsEqualOrUnordered(float a, float b) {
+  return !(a < b) && !(a > b);
+}
 
 }  // namespace
 
@@ -34,7 +36,9 @@ int32_t ippsMulC_32f(const float* s, float c, float* d, int32_t n) {
   return kStatusOk;
 }
 
-int32_t ippsMulC_32f_I(float c, float* d, int32_t n) { return ippsMulC_32f(d, c, d, n); }
+int32_t ippsMulC_32f_I(float c, float* d, int32_t n) {
+  return ippsMulC_32f(d, c, d, n);
+}
 
 int32_t ippsDivC_32f(const float* s, float c, float* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;

@@ -23,8 +23,7 @@ void* AllocateAligned(int32_t length, std::size_t elementSize) {
   void* const raw = AllocateRawMemory(static_cast<std::size_t>(byteCount));
   if (raw == nullptr) return nullptr;
   const auto rawAddress = reinterpret_cast<std::uintptr_t>(raw);
-  const std::uintptr_t offset =
-      ((rawAddress + kOverhead - 1) & ~(kAlignment - 1)) - rawAddress;
+  const std::uintptr_t offset = ((rawAddress + kOverhead - 1) & ~(kAlignment - 1)) - rawAddress;
   auto* const start = static_cast<unsigned char*>(raw) + offset;
   std::memcpy(start - sizeof(raw), &raw, sizeof(raw));
   return start;
@@ -58,15 +57,18 @@ void ippsFree(void* pointer) {
   FreeRawMemory(raw);
 }
 
-int32_t ippsCopy_16s(const int16_t* s, int16_t* d, int32_t n) { return Copy(s, d, n); }
+int32_t ippsCopy_16s(const int16_t* s, int16_t* d, int32_t n) {
+  return Copy(s, d, n);
+}
 
-int32_t ippsCopy_32f(const float* s, float* d, int32_t n) { return Copy(s, d, n); }
+int32_t ippsCopy_32f(const float* s, float* d, int32_t n) {
+  return Copy(s, d, n);
+}
 
 int32_t ippsMove_16s(const int16_t* s, int16_t* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;
-  const auto distance =
-      static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(s) -
-                                 reinterpret_cast<std::uintptr_t>(d));
+  const auto distance = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(s) -
+                                                   reinterpret_cast<std::uintptr_t>(d));
   const bool isBelowOneElement = distance >> 1 == 0;
   if (isBelowOneElement) return kStatusOk;
   std::memmove(d, s, static_cast<std::size_t>(n) * sizeof(int16_t));

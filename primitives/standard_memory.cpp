@@ -9,6 +9,8 @@ void* AllocateRawMemory(std::size_t byteCount) noexcept {
   return ::operator new(byteCount, std::nothrow);
 }
 
-void FreeRawMemory(void* block) noexcept { ::operator delete(block); }
+void FreeRawMemory(void* block) noexcept {
+  ::operator delete(block);
+}
 
 }  // namespace zr::primitives
