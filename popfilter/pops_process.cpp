@@ -37,14 +37,6 @@ float Absolute(double value) {
   return magnitude;
 }
 
-// How the sample under test sits among its neighbours. Only the verdict reads it.
-struct Surroundings {
-  float pastDeviation;
-  float nextDeviation;
-  float gap;   // From the straight line through the two neighbours.
-  float span;  // Between the two neighbours.
-};
-
 // One call of POPSProcess. The sample under test lags the newest by ulDelay, so that it has a past
 // of ulOrder samples, the predictor's input, and a near future.
 class BlockRun {
@@ -61,8 +53,7 @@ class BlockRun {
     BuildAnalysisVector(i);
     AdvanceEnergy();
     tested_ = analysis_[order_];
-    const bool isJudged = state_.ulPhase == POPS_PHASE_WATCH;
-    const Surroundings surroundings = isJudged ? Survey() : Surroundings{};
+    deviation_ = LocalDeviation();
     ReverseAnalysisVector();
 
     switch (state_.ulPhase) {
@@ -74,7 +65,7 @@ class BlockRun {
         if (Predict()) Train();
         break;
       case POPS_PHASE_WATCH:
-        if (Predict()) Watch(surroundings, i);
+        if (Predict()) Watch(i);
         break;
       default:
         break;
@@ -106,18 +97,18 @@ class BlockRun {
     state_.fEnergy = RoundToFloat(inputEnergy_ - oldest * oldest);
   }
 
-  Surroundings Survey() const {
-    const double before = analysis_[order_ - 1];
-    const double after = analysis_[order_ + 1];
+  // The larger deviation of the samples before and behind the one under test and its neighbours.
+  // Only the threshold reads it, and only through the slope.
+  float LocalDeviation() const {
+    if (state_.ulPhase != POPS_PHASE_WATCH || state_.fSlope == 0.0F) return 0.0F;
+    const float past = StandardDeviation(analysis_, order_);
     const int32_t futureLength = delay_ - 2;
-    return {.pastDeviation = StandardDeviation(analysis_, order_),
-            .nextDeviation =
-                futureLength > 1 ? StandardDeviation(analysis_ + order_ + 2, futureLength) : 0.0F,
-            .gap = Absolute(0.5 * (before + after) - tested_),
-            .span = Absolute(after - before)};
+    if (futureLength < 2) return past;
+    return std::max(past, StandardDeviation(analysis_ + order_ + 2, futureLength));
   }
 
-  // Newest first: the predictor's input then stands at Input().
+  // Newest first: the predictor's input then starts at Input(), the sample under test stands just
+  // before it.
   void ReverseAnalysisVector() { ippsFlip_32f_I(analysis_, length_); }
   float* Input() const { return analysis_ + delay_; }
 
@@ -144,8 +135,8 @@ class BlockRun {
     if (state_.ulCount == 0) state_.ulPhase = POPS_PHASE_WATCH;
   }
 
-  void Watch(const Surroundings& surroundings, int32_t i) {
-    if (IsPop(surroundings)) {
+  void Watch(int32_t i) {
+    if (IsPop()) {
       Repair(i);
       ++state_.ulCount;
       if (state_.ulCount >= kMostRepairsInARow) Restart();
@@ -157,23 +148,23 @@ class BlockRun {
     state_.ulPhase = POPS_PHASE_HOLD;
   }
 
-  bool IsPop(const Surroundings& surroundings) const {
-    if (!IsLoud(surroundings)) return false;
+  bool IsPop() const {
+    if (!IsLoud()) return false;
     switch (state_.ulDetectMode) {
       case 1:
         return Overshoots();
       case 2:
-        return StandsOut(surroundings);
+        return StandsOut();
       case 3:
-        return Overshoots() && StandsOut(surroundings);
+        return Overshoots() && StandsOut();
       default:
         return true;
     }
   }
 
-  bool IsLoud(const Surroundings& surroundings) const {
-    const double deviation = std::max(surroundings.pastDeviation, surroundings.nextDeviation);
-    const double threshold = deviation * state_.fSlope + state_.fFloor;
+  bool IsLoud() const {
+    const double threshold =
+        static_cast<double>(deviation_) * state_.fSlope + static_cast<double>(state_.fFloor);
     const float magnitude = Absolute(error_);
     return magnitude > threshold || magnitude > state_.fCeiling;
   }
@@ -182,8 +173,13 @@ class BlockRun {
     return tested_ > 0.0F ? prediction_ < tested_ : tested_ < 0.0F && prediction_ > tested_;
   }
 
-  bool StandsOut(const Surroundings& surroundings) const {
-    return surroundings.gap > state_.fFloor || surroundings.span > kWideSpan;
+  // Off the straight line through its two neighbours, or between neighbours far apart.
+  bool StandsOut() const {
+    const double before = Input()[0];
+    const double after = Input()[-2];
+    const float gap = Absolute(0.5 * (before + after) - tested_);
+    const float span = Absolute(after - before);
+    return gap > state_.fFloor || span > kWideSpan;
   }
 
   void Repair(int32_t i) {
@@ -235,6 +231,7 @@ class BlockRun {
   float* const analysis_;
 
   float tested_ = 0.0F;
+  float deviation_ = 0.0F;
   float prediction_ = 0.0F;
   float error_ = 0.0F;
   float inputEnergy_ = 0.0F;
