@@ -1,9 +1,8 @@
 // Element-wise arithmetic on vectors, px build.
 #include "primitives/arithmetic.h"
 
-#include <bit>
-
 #include "primitives/argument_checks.h"
+#include "primitives/float_words.h"
 #include "primitives/memory.h"
 #include "primitives/rounding.h"
 
@@ -50,7 +49,7 @@ int32_t ippsAbs_32f(const float* s, float* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;
   constexpr uint32_t kAllButSign = 0x7fffffff;
   for (int32_t i = 0; i < n; ++i) {
-    d[i] = std::bit_cast<float>(std::bit_cast<uint32_t>(s[i]) & kAllButSign);
+    StoreWord(d + i, LoadWord(s + i) & kAllButSign);
   }
   return kStatusOk;
 }

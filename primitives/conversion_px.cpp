@@ -1,9 +1,8 @@
 // Conversions between sample types, and reversal, px build.
 #include "primitives/conversion.h"
 
-#include <bit>
-
 #include "primitives/argument_checks.h"
+#include "primitives/float_words.h"
 #include "primitives/rounding.h"
 #include "primitives/scaling.h"
 
@@ -32,11 +31,10 @@ void ConvertTo16s(const float* s, int16_t* d, int32_t n, double multiplier) {
 
 int32_t ippsFlip_32f_I(float* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, d)) return status;
-  // As words: the x87 would quieten a signalling NaN on its way through.
   for (int32_t low = 0, high = n - 1; low < high; ++low, --high) {
-    const auto word = std::bit_cast<uint32_t>(d[low]);
-    d[low] = d[high];
-    d[high] = std::bit_cast<float>(word);
+    const uint32_t word = LoadWord(d + low);
+    StoreWord(d + low, LoadWord(d + high));
+    StoreWord(d + high, word);
   }
   return kStatusOk;
 }

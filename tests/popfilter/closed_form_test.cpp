@@ -1,0 +1,196 @@
+// Cases whose outcome follows from the rules with paper and pencil.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "popfilter/pops.h"
+#include "tests/popfilter/filter_fixture.h"
+
+using namespace zr::test;
+
+namespace {
+
+constexpr int32_t kDelay = 8;
+
+// Positions at which the output differs from the delayed input.
+std::vector<int32_t> RepairedPositions(const Samples& input, const Samples& output) {
+  std::vector<int32_t> positions;
+  for (std::size_t i = kDelay; i < output.size(); ++i) {
+    if (output[i] != input[i - kDelay]) positions.push_back(static_cast<int32_t>(i) - kDelay);
+  }
+  return positions;
+}
+
+struct PopRow {
+  std::vector<int32_t> pops;
+  std::vector<int32_t> repaired;
+  const char* what;
+};
+
+TEST(ClosedForm, PopsOnTwoTones) {
+  const std::vector<PopRow> rows = {
+      {{}, {}, "clean sound passes bit for bit"},
+      {{1000}, {1000}, "a lone pop is repaired"},
+      {{1000, 1001}, {1000, 1001}, "so is a pair"},
+      {{1000, 1001, 1002}, {1000, 1001}, "the third in a row passes after the restart"},
+      {{1000, 1003}, {1000}, "three apart: the second falls into the hold"},
+      {{1000, 1025}, {1000}, "the last sample that the hold covers"},
+      {{1000, 1026}, {1000, 1026}, "the first sample judged again"},
+      {{1000, 1001, 1025}, {1000, 1001}, "the last sample that the restart covers"},
+      {{1000, 1001, 1026}, {1000, 1001, 1026}, "the first sample judged after a restart"},
+  };
+  for (const auto& row : rows) {
+    const Samples clean = TwoTones(2000);
+    Samples input = clean;
+    for (const int32_t position : row.pops) {
+      int16_t& sample = input[static_cast<std::size_t>(position)];
+      // Away from zero; 20000 also stands out where three are neighbours of each other.
+      sample = static_cast<int16_t>(sample + (sample < 0 ? -20000 : 20000));
+    }
+    const Filter filter = MakeFilter();
+    const Samples output = Filtered(filter.get(), input);
+    EXPECT_EQ(RepairedPositions(input, output), row.repaired) << row.what;
+    EXPECT_EQ(Samples(output.begin(), output.begin() + kDelay), Samples(kDelay, 0)) << row.what;
+    if (row.pops == std::vector<int32_t>{1000}) {
+      EXPECT_NEAR(output[1000 + kDelay], clean[1000], 300) << row.what;
+    }
+  }
+}
+
+TEST(ClosedForm, TheTwentyFifthSampleIsTheFirstJudged) {
+  // The sample under test lags the newest by the delay: the 25th judgement is of position 16.
+  for (int32_t position = 0; position < 40; ++position) {
+    Samples input(100, 0);
+    input[static_cast<std::size_t>(position)] = 30000;
+    const Filter filter = MakeFilter();
+    const Samples output = Filtered(filter.get(), input);
+    const bool isRepaired = !RepairedPositions(input, output).empty();
+    EXPECT_EQ(isRepaired, position >= 16) << "position " << position;
+  }
+}
+
+// One sample under test between set neighbours, with a set prediction: two taps, two samples of
+// look-ahead, watching.
+struct Moment {
+  int16_t before;
+  int16_t tested;
+  int16_t after;
+  float predictionOverBefore;
+};
+
+Filter Watching(const Moment& moment) {
+  Filter filter = MakeFilter();
+  EXPECT_EQ(POPSSetParameter(filter.get(), POPS_ID_ORDER, 2), POPS_OK);
+  EXPECT_EQ(POPSSetParameter(filter.get(), POPS_ID_DELAY, 2), POPS_OK);
+  filter->ulPhase = POPS_PHASE_WATCH;
+  filter->ulCount = 0;
+  filter->psHistory[1] = moment.before;
+  filter->psHistory[2] = moment.tested;
+  filter->psHistory[3] = moment.after;
+  filter->pfCoefs[0] = moment.predictionOverBefore;
+  return filter;
+}
+
+int16_t Judged(POPSState* state) {
+  int16_t sample = 0;
+  POPSProcess(state, 1, &sample);
+  return sample;
+}
+
+TEST(ClosedForm, ModesNarrowTheLevelTest) {
+  struct Row {
+    Moment moment;
+    std::vector<uint32_t> repairingModes;
+    const char* what;
+  };
+  const std::vector<Row> rows = {
+      {{16384, 30000, 16384, 0.5F}, {0, 1, 2, 3, 4}, "beyond the prediction, off the line"},
+      {{-16384, -30000, -16384, 0.5F}, {0, 1, 2, 3, 4}, "the same below zero"},
+      {{16384, 0, 16384, 1.0F}, {0, 2, 4}, "zero is never an overshoot"},
+      {{16384, 5000, 16384, 1.0F}, {0, 2, 4}, "nearer to zero than the prediction"},
+      {{16384, 16384, 16384, 0.25F}, {0, 1, 4}, "on the line between close neighbours"},
+      {{-8000, 100, 8200, 1.0F}, {0, 1, 2, 3, 4}, "on the line, neighbours far apart"},
+      {{16384, 18000, 16384, 1.0F}, {}, "error below the floor"},
+  };
+  for (const auto& row : rows) {
+    for (uint32_t mode = 0; mode <= 4; ++mode) {
+      const Filter filter = Watching(row.moment);
+      filter->ulDetectMode = mode;
+      const bool repairs = std::ranges::find(row.repairingModes, mode) != row.repairingModes.end();
+      EXPECT_EQ(Judged(filter.get()) != row.moment.tested, repairs)
+          << row.what << ", mode " << mode;
+    }
+  }
+}
+
+TEST(ClosedForm, ThresholdsAreStrict) {
+  struct Row {
+    int16_t error;
+    float floor;
+    float slope;
+    float ceiling;
+    int16_t older;  // With `before` at 0, the deviation is this over the root of two.
+    bool isRepaired;
+    const char* what;
+  };
+  const std::vector<Row> rows = {
+      {8192, 0.25F, 0.0F, 1.0F, 0, false, "at the floor"},
+      {8193, 0.25F, 0.0F, 1.0F, 0, true, "above the floor"},
+      {8192, 0.5F, 0.0F, 0.25F, 0, false, "at the ceiling"},
+      {8193, 0.5F, 0.0F, 0.25F, 0, true, "above a ceiling below the floor"},
+      {8192, 0.125F, 1.0F, 1.0F, 5792, true, "just above the deviation plus the floor"},
+      {8192, 0.125F, 1.0F, 1.0F, 5793, false, "just below the deviation plus the floor"},
+      {8193, 0.125F, 1.0F, 1.0F, 5793, true, "one unit more"},
+  };
+  for (const auto& row : rows) {
+    const Filter filter = Watching({0, row.error, 0, 0.0F});
+    filter->ulDetectMode = 0;
+    filter->fFloor = row.floor;
+    filter->fSlope = row.slope;
+    filter->fCeiling = row.ceiling;
+    filter->psHistory[0] = row.older;
+    EXPECT_EQ(Judged(filter.get()) == 0, row.isRepaired) << row.what;
+  }
+}
+
+TEST(ClosedForm, RepairsRoundAndSaturate) {
+  struct Row {
+    int16_t before;
+    float factor;
+    int16_t repaired;
+    const char* what;
+  };
+  const std::vector<Row> rows = {
+      {16384, 2.0F, 32767, "a prediction of one"},
+      {16384, 9.0F, 32767, "beyond one"},
+      {16384, -2.0F, -32768, "minus one"},
+      {-16384, 9.0F, -32768, "beyond minus one"},
+      {5, 0.5F, 2, "a tie goes down to even"},
+      {7, 0.5F, 4, "a tie goes up to even"},
+      {-5, 0.5F, -2, "a negative tie"},
+      {-7, 0.5F, -4, "a negative tie, away from zero"},
+  };
+  for (const auto& row : rows) {
+    const auto tested = static_cast<int16_t>(row.repaired > 0 ? -20000 : 20000);
+    const Filter filter = Watching({row.before, tested, 0, row.factor});
+    filter->ulDetectMode = 0;
+    EXPECT_EQ(Judged(filter.get()), row.repaired) << row.what;
+  }
+}
+
+TEST(ClosedForm, ADivergedPredictorRestartsAndLeavesTheSample) {
+  for (const uint32_t phase : {POPS_PHASE_TRAIN, POPS_PHASE_WATCH}) {
+    const Filter filter = Watching({100, 20000, 100, std::numeric_limits<float>::infinity()});
+    filter->ulPhase = phase;
+    filter->ulCount = 1;
+    filter->pfCoefs[1] = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_EQ(Judged(filter.get()), 20000);
+    EXPECT_EQ(filter->ulPhase, POPS_PHASE_REFILL);
+    EXPECT_EQ(filter->ulCount, filter->ulOrder + filter->ulSettle);
+    EXPECT_EQ(filter->pfCoefs[0], 0.0F);
+    EXPECT_EQ(filter->pfCoefs[1], 0.0F);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,25 @@
+// A second road to the filter's results, for tests: one loop over a whole stream, written from the
+// mathematics, without blocks, primitives or safeguards against lost energy and divergence.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace zr::test {
+
+struct ReferenceSettings {
+  int32_t order = 8;
+  int32_t settle = 16;
+  int32_t delay = 8;
+  uint32_t mode = 3;
+  float step = 0.2F;
+  float ceiling = 1.0F;
+  float floor = 0.075F;
+  float slope = 0.0F;
+};
+
+/// The stream after the filter, delayed, from a record that was just created and configured.
+std::vector<int16_t> ReferenceFiltered(const ReferenceSettings& settings,
+                                       const std::vector<int16_t>& stream);
+
+}  // namespace zr::test

@@ -1,0 +1,115 @@
+// The output belongs to the stream: however it is cut, whoever runs beside it, and equal to an
+// independent computation.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "popfilter/pops.h"
+#include "tests/popfilter/filter_fixture.h"
+#include "tests/popfilter/reference_filter.h"
+
+using namespace zr::test;
+
+namespace {
+
+struct Setting {
+  uint32_t id;
+  uint32_t value;
+};
+
+Filter Configured(const ReferenceSettings& settings) {
+  Filter filter = MakeFilter();
+  const Setting lengths[] = {{POPS_ID_ORDER, static_cast<uint32_t>(settings.order)},
+                             {POPS_ID_SETTLE, static_cast<uint32_t>(settings.settle)},
+                             {POPS_ID_DELAY, static_cast<uint32_t>(settings.delay)},
+                             {POPS_ID_MODE, settings.mode}};
+  for (const auto& [id, value] : lengths) {
+    EXPECT_EQ(POPSSetParameter(filter.get(), id, value), POPS_OK);
+  }
+  filter->fStep = settings.step;
+  filter->fCeiling = settings.ceiling;
+  filter->fFloor = settings.floor;
+  filter->fSlope = settings.slope;
+  return filter;
+}
+
+ReferenceSettings RandomSettings(std::mt19937& random) {
+  const auto thousandths = [&](uint32_t limit) {
+    return static_cast<float>(random() % limit) * 0.001F;
+  };
+  return {.order = static_cast<int32_t>(2 + random() % 20),
+          .settle = static_cast<int32_t>(1 + random() % 40),
+          .delay = static_cast<int32_t>(2 + random() % 12),
+          .mode = static_cast<uint32_t>(random() % 5),
+          .step = thousandths(600),
+          .ceiling = thousandths(1000),
+          .floor = thousandths(200),
+          .slope = thousandths(3000)};
+}
+
+TEST(Stream, EqualsAnIndependentComputationUnderAnySettings) {
+  std::mt19937 random(11);
+  for (int32_t round = 0; round < 60; ++round) {
+    const ReferenceSettings settings = round == 0 ? ReferenceSettings{} : RandomSettings(random);
+    const Samples stream = ClickedTones(random, 4000);
+    const Samples expected = ReferenceFiltered(settings, stream);
+    ASSERT_EQ(Filtered(Configured(settings).get(), stream), expected) << "round " << round;
+    const auto randomLength = [&] { return 1 + random() % 40; };
+    ASSERT_EQ(Filtered(Configured(settings).get(), stream, randomLength), expected)
+        << "random cuts, round " << round;
+  }
+}
+
+TEST(Stream, CutsOfEveryLengthGiveTheSameBits) {
+  std::mt19937 random(12);
+  const Samples stream = ClickedTones(random, 20000);
+  const Samples whole = Filtered(MakeFilter().get(), stream);
+  ASSERT_NE(whole, stream);
+  for (const std::size_t length : {1U, 2U, 7U, 8U, 9U, 15U, 16U, 17U, 37U, 64U, 100U}) {
+    EXPECT_EQ(Filtered(MakeFilter().get(), stream, [&] { return length; }), whole)
+        << "blocks of " << length;
+  }
+}
+
+TEST(Stream, ShortBlocksMoveTheHistoryLikeLongOnes) {
+  std::mt19937 random(13);
+  const Samples stream = ClickedTones(random, 400);
+  const Filter whole = MakeFilter();
+  Filtered(whole.get(), stream);
+  for (const std::size_t length : {1U, 5U, 8U, 13U}) {
+    const Filter cut = MakeFilter();
+    Filtered(cut.get(), stream, [&] { return length; });
+    EXPECT_EQ(Samples(cut->psHistory, cut->psHistory + 16),
+              Samples(whole->psHistory, whole->psHistory + 16))
+        << "blocks of " << length;
+  }
+}
+
+TEST(Stream, TwoRecordsInterleavedDoNotMeet) {
+  std::mt19937 random(14);
+  Samples first = ClickedTones(random, 6000);
+  Samples second = ClickedTones(random, 6000);
+  const Samples expectedFirst = Filtered(MakeFilter().get(), first);
+  const Samples expectedSecond = Filtered(MakeFilter().get(), second);
+  const Filter firstFilter = MakeFilter();
+  const Filter secondFilter = MakeFilter();
+  for (std::size_t start = 0; start < first.size(); start += 60) {
+    POPSProcess(firstFilter.get(), 60, first.data() + start);
+    POPSProcess(secondFilter.get(), 60, second.data() + start);
+  }
+  EXPECT_EQ(first, expectedFirst);
+  EXPECT_EQ(second, expectedSecond);
+}
+
+TEST(Stream, AFlushClearsTheFourOldestSamplesOnly) {
+  const Filter filter = MakeFilter();
+  Filtered(filter.get(), TwoTones(100));
+  Samples expected(filter->psHistory, filter->psHistory + 16);
+  EXPECT_EQ(POPSSetParameter(filter.get(), POPS_ID_FLUSH, 2), POPS_ERR_PARAM);
+  EXPECT_EQ(Samples(filter->psHistory, filter->psHistory + 16), expected);
+  EXPECT_EQ(POPSSetParameter(filter.get(), POPS_ID_FLUSH, 1), POPS_OK);
+  std::fill_n(expected.begin(), 4, int16_t{0});
+  EXPECT_EQ(Samples(filter->psHistory, filter->psHistory + 16), expected);
+}
+
+}  // namespace
