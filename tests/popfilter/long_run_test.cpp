@@ -16,10 +16,14 @@ namespace {
 constexpr int32_t kRate = 48000;
 constexpr int32_t kMinutes = 10;
 
-Samples Loud(Samples speech) {
+// As loud as recorded speech comes. Above a peak of about 14000 the plosives count as pops, and
+// every repair renews the energy; below, nothing ever does.
+constexpr int32_t kPeaks[] = {32000, 12000};
+
+Samples Loud(Samples speech, int32_t wantedPeak) {
   const auto peak = std::ranges::max(speech, {}, [](int16_t s) { return std::abs(s); });
   for (int16_t& sample : speech) {
-    sample = static_cast<int16_t>(sample * 32000 / std::abs(peak));
+    sample = static_cast<int16_t>(sample * wantedPeak / std::abs(peak));
   }
   return speech;
 }
@@ -64,24 +68,25 @@ void ExpectFiniteCoefficients(const POPSState& state) {
 }
 
 TEST(LongRun, RepairsGoOnAfterMinutesOfLoudSpeech) {
-  const Samples speech = Loud(Material("alsa-48000.clean.pcm"));
-  int32_t inserted = 0;
-  const int32_t fresh = RepairedClicks(MakeFilter().get(), speech, inserted);
-  ASSERT_GT(fresh, inserted * 9 / 10);
+  for (const int32_t peak : kPeaks) {
+    const Samples speech = Loud(Material("alsa-48000.clean.pcm"), peak);
+    int32_t inserted = 0;
+    const int32_t fresh = RepairedClicks(MakeFilter().get(), speech, inserted);
+    ASSERT_GT(fresh, inserted * 9 / 10);
 
-  const Filter filter = MakeFilter();
-  RunFor(filter.get(), speech, kMinutes);
-  ExpectFiniteCoefficients(*filter);
-  EXPECT_GE(RepairedClicks(filter.get(), speech, inserted), fresh * 95 / 100);
-  ExpectFiniteCoefficients(*filter);
+    const Filter filter = MakeFilter();
+    RunFor(filter.get(), speech, kMinutes);
+    ExpectFiniteCoefficients(*filter);
+    EXPECT_GE(RepairedClicks(filter.get(), speech, inserted), fresh * 95 / 100) << "peak " << peak;
+  }
 }
 
-TEST(LongRun, CoefficientsStayFiniteUnderALoudTone) {
+TEST(LongRun, RepairsGoOnAfterMinutesOfALoudTone) {
   const Filter filter = MakeFilter();
   RunFor(filter.get(), LoudTone(300.0), kMinutes);
   ExpectFiniteCoefficients(*filter);
-  const Samples speech = Loud(Material("alsa-48000.clean.pcm"));
   int32_t inserted = 0;
+  const Samples speech = Loud(Material("alsa-48000.clean.pcm"), kPeaks[0]);
   EXPECT_GT(RepairedClicks(filter.get(), speech, inserted), inserted * 9 / 10);
 }
 
