@@ -36,10 +36,13 @@ enum : uint32_t {
   POPS_ID_CEILING = 8,   ///< Thousandths of full scale: an error above it is always loud enough.
   POPS_ID_FLOOR = 9,     ///< Thousandths of full scale: fixed part of the error threshold.
   POPS_ID_SLOPE = 10,    ///< Thousandths: share of the local deviation in the error threshold.
-  POPS_ID_ORDER = 11,    ///< Predictor taps, from 2. A write drops coefficients and history.
-  POPS_ID_SETTLE = 12,   ///< Training samples before detection, from 1.
-  POPS_ID_DELAY = 13,    ///< Look-ahead and latency in samples, from 2. A write drops as for order.
-  POPS_ID_MODE = 14,     ///< Which shape tests narrow a detection, see POPSProcess.
+  POPS_ID_ORDER = 11,    ///< Predictor taps, from 2. A write drops coefficients and history, and
+                         ///< with it the samples that wait for output: zeros go out instead.
+  POPS_ID_SETTLE = 12,   ///< Training samples before detection, from 1; with the order it must
+                         ///< fit 32 bits. Acts on the next refill, not on a count that runs.
+  POPS_ID_DELAY = 13,    ///< Look-ahead and latency in samples, from 2. A write drops
+                         ///< what one of the order does.
+  POPS_ID_MODE = 14,     ///< Which shape tests narrow a detection: see POPSProcess.
 };
 
 /// Phases of the state machine in POPSProcess.
@@ -89,7 +92,7 @@ int32_t POPSDestroy(POPSState* state);
 /// Returns POPS_ERR_NOSTATE if state is null, POPS_ERR_PARAM if the id is unknown.
 int32_t POPSGetParameter(const POPSState* state, uint32_t id, uint32_t* value);
 
-/// Writes a parameter; it acts from the next sample on and restarts nothing.
+/// Writes a parameter; it acts from the next sample on, as its id says, and restarts nothing.
 /// Returns POPS_ERR_NOSTATE if state is null; POPS_ERR_PARAM, with nothing changed, if the id
 /// cannot be written or the value is illegal for it; POPS_ERR_NOMEM if a new length leaves the
 /// record without buffers: the length stands, and the record is unfit to run until a later write
@@ -103,22 +106,31 @@ int32_t POPSGetParameterBlock(const POPSState* state, uint32_t id, void* value,
                               const uint32_t* size);
 int32_t POPSSetParameterBlock(POPSState* state, uint32_t id, const void* value, uint32_t size);
 
-/// Filters inputBytes / 2 samples at input in place, then copies what fits to output where that is
-/// another buffer; a last odd byte is copied but not filtered. pin and reserved are not read.
-/// Returns POPS_ERR_NOSTATE if state is null; POPS_OK with nothing done if output is null;
-/// POPS_ERR_PARAM if input is null; POPS_ERR_NOTREADY with no data touched if the record has lost
-/// its buffers. Allocates nothing.
+/// Filters inputBytes / 2 samples at input, aligned for int16_t, in place, then copies what fits to
+/// output where that is another buffer; a last odd byte is copied but not filtered. pin and
+/// reserved are not read. Returns POPS_ERR_NOSTATE if state is null; POPS_OK with nothing done if
+/// output is null; POPS_ERR_PARAM if input is null; POPS_ERR_NOTREADY with no data touched if the
+/// record has lost its buffers. Allocates nothing.
 int32_t POPSProcessBuffer(POPSState* state, uint32_t pin, void* input, uint32_t inputBytes,
                           void* output, uint32_t outputBytes, uint32_t reserved);
 
-/// Filters sampleCount samples in place. The result is the input delayed by ulDelay samples, bit
-/// for bit but for the repaired ones, and does not depend on how the stream is cut into calls.
+/// Filters sampleCount samples in place. The result is the input delayed by ulDelay samples;
+/// samples that are not repaired pass bit for bit. It does not depend on how the stream is cut into
+/// calls, provided that ulSettle is not raised while the filter refills.
 ///
-/// A sample t with prediction p (normalised least mean squares, ulOrder taps) is repaired when
-/// |t - p| > m fSlope + fFloor, m being the larger standard deviation of the samples around t, or
-/// |t - p| > fCeiling, narrowed by ulDetectMode: 1 and 3 demand that t lies farther from zero than
-/// p, on either side; 2 and 3 that t stands off the line through its neighbours by more than fFloor
-/// or that these lie more than 0.4 apart. At most two samples in a row are repaired.
+/// After creation, ulOrder samples fill the predictor's input and ulSettle train it. Then each
+/// sample t is held against its prediction p (normalised least mean squares, ulOrder taps) and
+/// repaired, which is to say replaced by p, when
+///   |t - p| > m fSlope + fFloor, m being the larger standard deviation of the samples around t,
+///   or |t - p| > fCeiling;
+/// ulDetectMode 1 and 3 demand besides that t lies farther from zero than p, on the same side or
+/// beyond; 2 and 3 that t stands off the line through its neighbours by more than fFloor, or that
+/// these lie more than 0.4 apart. Any other mode demands nothing besides.
+/// After a lone repair the filter refills and trains with its coefficients kept. The second repair
+/// in a row clears them, so at most two samples in a row are repaired.
+///
+/// Two safeguards keep it alive through hours: an energy that rounding has eaten is taken anew from
+/// the input, and a prediction that is not finite starts the filter over.
 ///
 /// Does nothing for a null record, a record without buffers, a count below 1 or null samples.
 void POPSProcess(POPSState* state, int32_t sampleCount, int16_t* samples);

@@ -1,4 +1,4 @@
-// The numbered parameters of the filter.
+// The numbered parameters of the filter: 32-bit integers outside, the record's fields inside.
 #include <algorithm>
 #include <array>
 #include <bit>

@@ -13,13 +13,13 @@
 #include "primitives/rounding.h"
 #include "primitives/statistics.h"
 
+using zr::primitives::kRoundToNearest;
 using zr::primitives::RoundToFloat;
 
 namespace {
 
 constexpr int32_t kToFullScaleOne = 15;
 constexpr int32_t kFromFullScaleOne = -15;
-constexpr int32_t kRoundToNearest = 1;
 constexpr int32_t kAccurate = 2;
 constexpr float kRegularisation = 0.001F;
 constexpr double kWideSpan = 0.4;
@@ -197,9 +197,8 @@ class BlockRun {
 
   // One step of normalised least mean squares with this sample's error.
   void UpdateCoefficients() {
-    GuardEnergy();
     float gain = 0.0F;
-    ippsDivC_32f(&state_.fStep, RegularisedEnergy(), &gain, 1);
+    ippsDivC_32f(&state_.fStep, GuardedEnergy(), &gain, 1);
     gain = RoundToFloat(static_cast<double>(gain) * error_);
     ippsMulC_32f_I(gain, Input(), order_);
     ippsAdd_32f_I(Input(), state_.pfCoefs, order_);
@@ -212,15 +211,17 @@ class BlockRun {
   // The running energy collects the rounding of every step. After minutes of loud sound that can
   // make it fall far below the true energy, and the update would diverge; so it is measured against
   // the input that it stands for, and taken from there once it has lost half of it.
-  void GuardEnergy() {
+  float GuardedEnergy() {
     double held = 0.0;
     for (int32_t k = 0; k < order_; ++k) {
       const double value = Input()[k];
       held += value * value;
     }
-    if (2.0 * RegularisedEnergy() >= held + kRegularisation) return;
+    const float energy = RegularisedEnergy();
+    if (2.0 * energy >= held + kRegularisation) return energy;
     inputEnergy_ = RoundToFloat(held);
     DropOldestFromEnergy(Input()[order_ - 1]);
+    return RegularisedEnergy();
   }
 
   POPSState& state_;
@@ -237,9 +238,10 @@ class BlockRun {
   float inputEnergy_ = 0.0F;
 };
 
-// Output first, then history, as the block is still the input: the pending samples go out at the
-// head, the newest length_ samples of the stream stay. A block shorter than the history moves it
-// up; one shorter than the delay takes only as many pending samples as it has room for.
+// The pending samples go out at the head of the block, the newest length_ samples of the stream
+// become the history. The pending ones are set aside first, and the history is taken while the
+// block still holds the input. A block shorter than the history moves it down and comes in behind
+// it; one shorter than the delay takes only as many pending samples as it has room for.
 void BlockRun::DelayBlock(int32_t sampleCount) {
   int16_t* const history = state_.psHistory;
   const int32_t pendingOut = std::min(sampleCount, delay_);

@@ -1,4 +1,4 @@
-// Element-wise arithmetic on vectors, px build.
+// Element-wise arithmetic on vectors, px build: one rounding for each element.
 #include "primitives/arithmetic.h"
 
 #include "primitives/argument_checks.h"
@@ -20,7 +20,7 @@ bool IsEqualOrUnordered(float a, float b) {
 int32_t ippsAdd_32f_I(const float* s, float* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;
   for (int32_t i = 0; i < n; ++i) {
-    d[i] = s[i] + d[i];
+    d[i] = RoundToFloat(s[i] + d[i]);
   }
   return kStatusOk;
 }
@@ -30,7 +30,7 @@ int32_t ippsMulC_32f(const float* s, float c, float* d, int32_t n) {
   if (IsEqualOrUnordered(c, 1.0F)) return s == d ? kStatusOk : ippsCopy_32f(s, d, n);
   if (c == 0.0F) return ippsZero_32f(d, n);
   for (int32_t i = 0; i < n; ++i) {
-    d[i] = s[i] * c;
+    d[i] = RoundToFloat(s[i] * c);
   }
   return kStatusOk;
 }
@@ -57,7 +57,7 @@ int32_t ippsAbs_32f(const float* s, float* d, int32_t n) {
 int32_t ippsSqr_32f(const float* s, float* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;
   for (int32_t i = 0; i < n; ++i) {
-    d[i] = s[i] * s[i];
+    d[i] = RoundToFloat(s[i] * s[i]);
   }
   return kStatusOk;
 }

@@ -10,21 +10,11 @@ using namespace zr::primitives;
 
 namespace {
 
-constexpr int32_t kRoundToNearest = 1;
-
-template <bool roundsToNearest>
-int16_t ToSaturated16s(double value) {
+int16_t ToSaturated16s(double value, bool roundsToNearest) {
   if (value >= 32767.0) return 32767;
   if (!(value > -32768.0)) return -32768;  // A NaN too.
   const int32_t integer = roundsToNearest ? RoundTiesToEven(value) : static_cast<int32_t>(value);
   return static_cast<int16_t>(integer);
-}
-
-template <bool roundsToNearest>
-void ConvertTo16s(const float* s, int16_t* d, int32_t n, double multiplier) {
-  for (int32_t i = 0; i < n; ++i) {
-    d[i] = ToSaturated16s<roundsToNearest>(static_cast<double>(s[i]) * multiplier);
-  }
 }
 
 }  // namespace
@@ -43,7 +33,7 @@ int32_t ippsConvert_16s32f_Sfs(const int16_t* s, float* d, int32_t n, int32_t sc
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;
   const float multiplier = FloatPowerOfTwo(scaleFactor);
   for (int32_t i = 0; i < n; ++i) {
-    d[i] = static_cast<float>(s[i]) * multiplier;
+    d[i] = RoundToFloat(static_cast<float>(s[i]) * multiplier);
   }
   return kStatusOk;
 }
@@ -52,10 +42,9 @@ int32_t ippsConvert_32f16s_Sfs(const float* s, int16_t* d, int32_t n, int32_t ro
                                int32_t scaleFactor) {
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;
   const double multiplier = DoublePowerOfTwo(scaleFactor);
-  if (roundMode == kRoundToNearest) {
-    ConvertTo16s<true>(s, d, n, multiplier);
-  } else {
-    ConvertTo16s<false>(s, d, n, multiplier);
+  const bool roundsToNearest = roundMode == kRoundToNearest;
+  for (int32_t i = 0; i < n; ++i) {
+    d[i] = ToSaturated16s(static_cast<double>(s[i]) * multiplier, roundsToNearest);
   }
   return kStatusOk;
 }

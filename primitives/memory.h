@@ -21,9 +21,9 @@ void ippsFree(void* pointer);
 int32_t ippsCopy_16s(const int16_t* s, int16_t* d, int32_t n);
 int32_t ippsCopy_32f(const float* s, float* d, int32_t n);
 
-/// d[i] = s[i], for i in [0, n), as if through a buffer of its own: the ranges may overlap. Ranges
-/// that lie less than one element apart count as equal, and nothing moves.
-/// Returns -8 if a pointer is null, -6 if n < 1.
+/// d[i] = s[i], for i in [0, n), as if through a buffer of its own: the ranges may overlap. The
+/// byte distance from d to s counts halved and rounded down: a d that starts one byte below s
+/// counts as equal to it, and nothing moves. Returns -8 if a pointer is null, -6 if n < 1.
 int32_t ippsMove_16s(const int16_t* s, int16_t* d, int32_t n);
 
 /// d[i] = +0.0, for i in [0, n).

@@ -69,8 +69,7 @@ int32_t ippsMove_16s(const int16_t* s, int16_t* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, s, d)) return status;
   const auto distance = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(s) -
                                                    reinterpret_cast<std::uintptr_t>(d));
-  const bool isBelowOneElement = distance >> 1 == 0;
-  if (isBelowOneElement) return kStatusOk;
+  if (distance >> 1 == 0) return kStatusOk;
   std::memmove(d, s, static_cast<std::size_t>(n) * sizeof(int16_t));
   return kStatusOk;
 }

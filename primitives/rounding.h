@@ -6,14 +6,21 @@
 
 namespace zr::primitives {
 
+/// The rounding mode of conversions to integers that means nearest with ties to even; any other
+/// truncates.
+inline constexpr int32_t kRoundToNearest = 1;
+
 /// Rounds to single precision, once, in every build. A compiler for the x87 keeps excess precision
-/// in a float variable; only a trip through memory drops it there.
-inline float RoundToFloat(double value) {
-  auto rounded = static_cast<float>(value);
+/// in a float variable, across calls too once they are inlined; only a trip through memory drops
+/// it.
+inline float RoundToFloat(float value) {
   if constexpr (FLT_EVAL_METHOD != 0) {
-    asm("" : "+m"(rounded));
+    asm("" : "+m"(value));
   }
-  return rounded;
+  return value;
+}
+inline float RoundToFloat(double value) {
+  return RoundToFloat(static_cast<float>(value));
 }
 
 /// Rounds to the nearest integer, ties to even. |value| must stay below 2^31 - 1.

@@ -1,4 +1,5 @@
-// Powers of two for the scale factors of integer conversions.
+// Powers of two for the scale factors of integer conversions, exact by their bits: no library
+// routine and no rounding stands between a scale factor and its multiplier.
 #pragma once
 
 #include <algorithm>
@@ -14,8 +15,9 @@ inline float FloatPowerOfTwo(int32_t scaleFactor) {
   return std::bit_cast<float>(static_cast<uint32_t>(127 - limited) << 23);
 }
 
-/// 2^-scaleFactor in double precision: the multiplier of float-to-integer conversions. Beyond 300
-/// any float times the multiplier is saturated or 0, so the limit changes no result.
+/// 2^-scaleFactor in double precision: the multiplier of float-to-integer conversions. Beyond 300 a
+/// finite float times the multiplier is saturated or 0, and the limit keeps the product a number:
+/// infinities saturate and zeros stay zero at every scale factor.
 inline double DoublePowerOfTwo(int32_t scaleFactor) {
   const int32_t limited = std::clamp(scaleFactor, -300, 300);
   return std::bit_cast<double>(static_cast<uint64_t>(1023 - limited) << 52);

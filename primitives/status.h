@@ -1,5 +1,5 @@
-// The status codes that the primitives in this tree return. Every primitive answers with one:
-// 0 success, negative refused with nothing written, positive done with a warning.
+// The status codes that primitives return: 0 success, negative refused with nothing written,
+// positive done with a warning.
 #pragma once
 
 #include <cstdint>
