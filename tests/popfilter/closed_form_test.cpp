@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 #include "popfilter/pops.h"
@@ -108,6 +109,7 @@ TEST(ClosedForm, ModesNarrowTheLevelTest) {
       {{16384, 30000, 16384, 0.5F}, {0, 1, 2, 3, 4}, "beyond the prediction, off the line"},
       {{-16384, -30000, -16384, 0.5F}, {0, 1, 2, 3, 4}, "the same below zero"},
       {{16384, 0, 16384, 1.0F}, {0, 2, 4}, "zero is never an overshoot"},
+      {{16384, 0, 16384, -1.0F}, {0, 2, 4}, "nor is it above a prediction below"},
       {{16384, 5000, 16384, 1.0F}, {0, 2, 4}, "nearer to zero than the prediction"},
       {{16384, 16384, 16384, 0.25F}, {0, 1, 4}, "on the line between close neighbours"},
       {{-8000, 100, 8200, 1.0F}, {0, 1, 2, 3, 4}, "on the line, neighbours far apart"},
@@ -137,6 +139,7 @@ TEST(ClosedForm, ThresholdsAreStrict) {
   const std::vector<Row> rows = {
       {8192, 0.25F, 0.0F, 1.0F, 0, false, "at the floor"},
       {8193, 0.25F, 0.0F, 1.0F, 0, true, "above the floor"},
+      {8192, 0.25F, -1.0F, 1.0F, 5792, true, "a negative slope lowers the threshold"},
       {8192, 0.5F, 0.0F, 0.25F, 0, false, "at the ceiling"},
       {8193, 0.5F, 0.0F, 0.25F, 0, true, "above a ceiling below the floor"},
       {8192, 0.125F, 1.0F, 1.0F, 5792, true, "just above the deviation plus the floor"},
@@ -151,6 +154,16 @@ TEST(ClosedForm, ThresholdsAreStrict) {
     filter->fCeiling = row.ceiling;
     filter->psHistory[0] = row.older;
     EXPECT_EQ(Judged(filter.get()) == 0, row.isRepaired) << row.what;
+  }
+}
+
+TEST(ClosedForm, TheGapMustExceedTheFloor) {
+  // t lies exactly 0.25 off the line between neighbours at 0.125 and -0.125.
+  for (const int16_t tested : {int16_t{8192}, int16_t{8193}}) {
+    const Filter filter = Watching({4096, tested, -4096, -1.0F});
+    filter->ulDetectMode = 2;
+    filter->fFloor = 0.25F;
+    EXPECT_EQ(Judged(filter.get()) != tested, tested == 8193);
   }
 }
 
@@ -180,16 +193,58 @@ TEST(ClosedForm, RepairsRoundAndSaturate) {
 }
 
 TEST(ClosedForm, ADivergedPredictorRestartsAndLeavesTheSample) {
-  for (const uint32_t phase : {POPS_PHASE_TRAIN, POPS_PHASE_WATCH}) {
-    const Filter filter = Watching({100, 20000, 100, std::numeric_limits<float>::infinity()});
-    filter->ulPhase = phase;
-    filter->ulCount = 1;
-    filter->pfCoefs[1] = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_EQ(Judged(filter.get()), 20000);
-    EXPECT_EQ(filter->ulPhase, POPS_PHASE_REFILL);
-    EXPECT_EQ(filter->ulCount, filter->ulOrder + filter->ulSettle);
-    EXPECT_EQ(filter->pfCoefs[0], 0.0F);
-    EXPECT_EQ(filter->pfCoefs[1], 0.0F);
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  for (const float diverged : {kInfinity, -kInfinity, std::numeric_limits<float>::quiet_NaN()}) {
+    for (const uint32_t phase : {POPS_PHASE_TRAIN, POPS_PHASE_WATCH}) {
+      const Filter filter = Watching({100, 20000, 101, diverged});
+      filter->ulPhase = phase;
+      filter->ulCount = 1;
+      EXPECT_EQ(Judged(filter.get()), 20000);
+      EXPECT_EQ(filter->ulPhase, POPS_PHASE_REFILL);
+      EXPECT_EQ(filter->ulCount, filter->ulOrder + filter->ulSettle);
+      EXPECT_EQ(filter->pfCoefs[0], 0.0F);
+      // The predictor's past is gone, the sample that waits for output is not.
+      EXPECT_EQ(Samples(filter->psHistory, filter->psHistory + 3), (Samples{0, 20000, 101}));
+    }
+  }
+}
+
+TEST(ClosedForm, ALoneRepairEntersTheHoldWithItsCoefficients) {
+  const Filter filter = Watching({16384, 30000, 16384, 0.5F});
+  Judged(filter.get());
+  EXPECT_EQ(filter->ulCount, 1U);
+  EXPECT_EQ(filter->pfCoefs[0], 0.5F) << "a repaired sample does not train";
+  filter->pfCoefs[0] = 1.0F;  // The next sample is as predicted.
+  filter->psHistory[1] = 16384;
+  Judged(filter.get());
+  EXPECT_EQ(filter->ulPhase, POPS_PHASE_HOLD);
+  EXPECT_EQ(filter->ulCount, filter->ulOrder + filter->ulSettle);
+  EXPECT_EQ(filter->pfCoefs[0], 1.0F);
+}
+
+TEST(ClosedForm, AnEnergyBelowHalfIsTakenAnewFromTheInput) {
+  // The input is one sample of a half, whose square is a quarter; the older one is silent.
+  constexpr float kHeld = 0.25F;
+  constexpr float kRegularisation = 0.001F;
+  struct Row {
+    float energy;
+    bool isRenewed;
+    const char* what;
+  };
+  const Row rows[] = {{0.25F, false, "sound"},
+                      {0.1256F, false, "above half"},
+                      {0.1244F, true, "below half, though not by the regularisation alone"},
+                      {-0.3F, true, "below zero"},
+                      {0.7F, false, "too high harms nobody"}};
+  for (const auto& row : rows) {
+    const Filter filter = Watching({16384, 16, 0, 0.0F});
+    filter->fEnergy = row.energy - kHeld;  // The newest square comes on top.
+    const float energy = row.isRenewed ? kHeld : (row.energy - kHeld) + kHeld;
+    Judged(filter.get());
+    EXPECT_EQ(filter->fEnergy, energy) << row.what;
+    const float regularised = energy + kRegularisation;
+    const float gain = filter->fStep * (1.0F / regularised);
+    EXPECT_EQ(filter->pfCoefs[0], 0.5F * (gain * (16.0F / 32768.0F))) << row.what;
   }
 }
 

@@ -1,7 +1,10 @@
-// Drives one record through any order of parameter writes and blocks; the sanitizers judge.
+// Drives the filter through any order of parameter writes and blocks. The sanitizers judge, and the
+// output must not tell how the stream was cut.
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "popfilter/pops.h"
@@ -35,38 +38,66 @@ class Bytes {
   std::size_t left_;
 };
 
-uint32_t BoundedValue(uint32_t id, uint32_t value) {
-  // Lengths up to a size at which an input still runs in no time.
-  const bool isLength = id == POPS_ID_ORDER || id == POPS_ID_DELAY;
-  return isLength && value % 8 != 0 ? value % 64 : value;
+bool IsLength(uint32_t id) {
+  return id == POPS_ID_ORDER || id == POPS_ID_SETTLE || id == POPS_ID_DELAY;
 }
+
+// Lengths at which an input still runs in no time, or which no memory serves.
+uint32_t BoundedLength(uint32_t value) {
+  constexpr uint32_t kHopeless = 0xfffff000;
+  return value >= kHopeless ? value : value % 64;
+}
+
+// The same writes and samples, once in the blocks that the input tells and once sample by sample.
+class TwoCuts {
+ public:
+  TwoCuts() {
+    if (POPSCreate(&blocks_) != POPS_OK || POPSCreate(&singles_) != POPS_OK) std::abort();
+  }
+  ~TwoCuts() {
+    POPSDestroy(blocks_);
+    POPSDestroy(singles_);
+  }
+  TwoCuts(const TwoCuts&) = delete;
+  TwoCuts& operator=(const TwoCuts&) = delete;
+
+  void Write(uint32_t id, uint32_t value) {
+    const uint32_t bounded = IsLength(id) ? BoundedLength(value) : value;
+    // A settling that is raised in a refill lets the cuts show.
+    if (id == POPS_ID_SETTLE) isCutFree_ = false;
+    const int32_t status = POPSSetParameterBlock(blocks_, id, &bounded, sizeof(bounded));
+    if (status != POPSSetParameter(singles_, id, bounded)) std::abort();
+  }
+
+  void Process(std::vector<int16_t> samples) {
+    std::vector<int16_t> single = samples;
+    for (int16_t& sample : single)
+      POPSProcess(singles_, 1, &sample);
+    const auto byteCount = static_cast<uint32_t>(samples.size() * sizeof(int16_t));
+    POPSProcessBuffer(blocks_, 0, samples.data(), byteCount, samples.data(), byteCount, 0);
+    if (isCutFree_ && single != samples) std::abort();
+  }
+
+ private:
+  POPSState* blocks_ = nullptr;
+  POPSState* singles_ = nullptr;
+  bool isCutFree_ = true;
+};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
   Bytes bytes(data, size);
-  POPSState* state = nullptr;
-  if (POPSCreate(&state) == POPS_OK) {
-    while (!bytes.IsEmpty()) {
-      const auto action = bytes.Take<uint8_t>();
-      if (action < 64) {
-        const uint32_t id = action % 16;
-        const auto value = bytes.Take<uint32_t>();
-        // A huge length is legal and a mere allocation; keep the machine out of it.
-        const uint32_t bounded = BoundedValue(id, value);
-        if (bounded >= 64 && bounded < 0xfffff000U &&
-            (id == POPS_ID_ORDER || id == POPS_ID_DELAY)) {
-          continue;
-        }
-        POPSSetParameterBlock(state, id, &bounded, sizeof(bounded));
-      } else {
-        std::vector<int16_t> block(action - 64U);
-        bytes.TakeInto(block.data(), block.size() * sizeof(int16_t));
-        const auto byteCount = static_cast<uint32_t>(block.size() * sizeof(int16_t));
-        POPSProcessBuffer(state, 0, block.data(), byteCount, block.data(), byteCount, 0);
-      }
+  TwoCuts filters;
+  while (!bytes.IsEmpty()) {
+    const auto action = bytes.Take<uint8_t>();
+    if (action < 64) {
+      filters.Write(action % 16, bytes.Take<uint32_t>());
+    } else {
+      std::vector<int16_t> block(action - 64U);
+      bytes.TakeInto(block.data(), block.size() * sizeof(int16_t));
+      filters.Process(std::move(block));
     }
   }
-  POPSDestroy(state);
   return 0;
 }

@@ -94,7 +94,7 @@ TEST(LongRun, TheSafeguardsChangeNoBitOfSoundMaterial) {
   for (const char* name : {"alsa-48000.clean.pcm", "alsa-48000.clicked.pcm",
                            "espeak-22050.clean.pcm", "espeak-22050.clicked.pcm"}) {
     const Samples stream = Material(name);
-    EXPECT_EQ(Filtered(MakeFilter().get(), stream), ReferenceFiltered({}, stream)) << name;
+    EXPECT_EQ(Filtered(MakeFilter().get(), stream), ReferenceFiltered({}, stream).output) << name;
   }
 }
 

@@ -1,7 +1,6 @@
 // Allocation: none on the data path, every failure survived, an unfit record refused.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <limits>
 
 #include "popfilter/pops.h"

@@ -4,7 +4,6 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <optional>
 
 #include "popfilter/pops.h"
 #include "tests/popfilter/filter_fixture.h"
@@ -79,6 +78,15 @@ TEST(Parameters, WritesAreTakenOrLeaveEverything) {
   }
 }
 
+TEST(Parameters, ThousandthsUseTheSinglePrecisionConstant) {
+  // 5 times the double 0.001 rounds to the float one above.
+  const Filter filter = MakeFilter();
+  for (const uint32_t value : {5U, 10U, 4999U}) {
+    EXPECT_EQ(POPSSetParameter(filter.get(), POPS_ID_STEP, value), POPS_OK);
+    EXPECT_EQ(filter->fStep, static_cast<float>(value * static_cast<double>(0.001F))) << value;
+  }
+}
+
 TEST(Parameters, RefusalsAreTestedInOrder) {
   const Filter filter = MakeFilter();
   uint32_t value = 5;
@@ -129,6 +137,16 @@ TEST(ProcessBuffer, FiltersInPlaceAndCopiesWhatFits) {
   EXPECT_EQ(POPSProcessBuffer(MakeFilter().get(), 0, input.data(), 0, input.data(), 0, 0), POPS_OK);
   EXPECT_EQ(POPSProcessBuffer(MakeFilter().get(), 0, input.data(), 1, input.data(), 1, 0), POPS_OK);
   EXPECT_EQ(input, stream);
+}
+
+TEST(ProcessBuffer, AnOutputThatOverlapsGetsTheWholeResult) {
+  Samples shared = TwoTones(60);
+  const Samples filtered = Filtered(MakeFilter().get(), Samples(shared.begin(), shared.end() - 1));
+  constexpr uint32_t kBytes = 2 * 59;
+  EXPECT_EQ(
+      POPSProcessBuffer(MakeFilter().get(), 0, shared.data(), kBytes, shared.data() + 1, kBytes, 0),
+      POPS_OK);
+  EXPECT_EQ(Samples(shared.begin() + 1, shared.end()), filtered);
 }
 
 TEST(ProcessBuffer, AnOddByteIsCopiedButNotFiltered) {

@@ -38,8 +38,8 @@ enum class Phase { kRefill, kTrain, kWatch };
 
 }  // namespace
 
-std::vector<int16_t> ReferenceFiltered(const ReferenceSettings& settings,
-                                       const std::vector<int16_t>& stream) {
+ReferenceResult ReferenceFiltered(const ReferenceSettings& settings,
+                                  const std::vector<int16_t>& stream) {
   const int32_t order = settings.order;
   const int32_t delay = settings.delay;
   const int32_t lead = order + delay;
@@ -125,11 +125,12 @@ std::vector<int16_t> ReferenceFiltered(const ReferenceSettings& settings,
     if (count != 0) restart();
   }
 
-  std::vector<int16_t> output;
+  ReferenceResult result = {{}, coefs};
   for (std::size_t i = 0; i < stream.size(); ++i) {
-    output.push_back(static_cast<int16_t>(samples[i + static_cast<std::size_t>(order)] * 32768.0));
+    result.output.push_back(
+        static_cast<int16_t>(samples[i + static_cast<std::size_t>(order)] * 32768.0));
   }
-  return output;
+  return result;
 }
 
 }  // namespace zr::test

@@ -18,8 +18,13 @@ struct ReferenceSettings {
   float slope = 0.0F;
 };
 
-/// The stream after the filter, delayed, from a record that was just created and configured.
-std::vector<int16_t> ReferenceFiltered(const ReferenceSettings& settings,
-                                       const std::vector<int16_t>& stream);
+struct ReferenceResult {
+  std::vector<int16_t> output;  ///< The stream after the filter, delayed.
+  std::vector<float> coefs;     ///< As they stand at the end.
+};
+
+/// Runs the stream through a filter that was just created and configured.
+ReferenceResult ReferenceFiltered(const ReferenceSettings& settings,
+                                  const std::vector<int16_t>& stream);
 
 }  // namespace zr::test

@@ -1,3 +1,4 @@
+// Arithmetic to the bit, with the constants that take a way of their own.
 #include "primitives/arithmetic.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Conversions and reversal, at scale factors and values where the rounding changes.
 #include "primitives/conversion.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Blocks, copies and moves: alignment, refusals and every overlap.
 #include "primitives/memory.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ TEST(Memory, BlocksAreAlignedWritableAndGivenBack) {
       ASSERT_NE(block, nullptr);
       EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 32, 0U);
     }
-    // The sanitizer's guard zones watch both ends.
+    // Overruns show when the block goes back.
     std::memset(bytes, 1, static_cast<std::size_t>(length));
     std::memset(shorts, 1, static_cast<std::size_t>(length) * sizeof(int16_t));
     std::memset(floats, 1, static_cast<std::size_t>(length) * sizeof(float));
@@ -66,6 +67,18 @@ TEST(Memory, CopyAndZeroRefuseWithoutWriting) {
   EXPECT_EQ(floats, (std::array<float, 2>{1.0F, 2.0F}));
   EXPECT_EQ(ippsZero_32f(floats.data(), 1), 0);
   EXPECT_EQ(floats, (std::array<float, 2>{0.0F, 2.0F}));
+}
+
+TEST(Memory, MoveHalvesTheByteDistance) {
+  alignas(int16_t) std::array<unsigned char, 8> bytes = {0, 1, 2, 3, 4, 5, 6, 7};
+  const auto* const even = reinterpret_cast<const int16_t*>(bytes.data() + 2);
+  // The one distance that counts as none: the destination a byte below the source.
+  auto* const below = reinterpret_cast<int16_t*>(bytes.data() + 1);
+  EXPECT_EQ(ippsMove_16s(even, below, 2), 0);
+  EXPECT_EQ(bytes, (std::array<unsigned char, 8>{0, 1, 2, 3, 4, 5, 6, 7}));
+  auto* const above = reinterpret_cast<int16_t*>(bytes.data() + 3);
+  EXPECT_EQ(ippsMove_16s(even, above, 2), 0);
+  EXPECT_EQ(bytes, (std::array<unsigned char, 8>{0, 1, 2, 2, 3, 4, 5, 7}));
 }
 
 TEST(Memory, MoveTakesEveryOverlap) {

@@ -1,3 +1,4 @@
+// Reductions, whose bits tell the order of their additions.
 #include "primitives/statistics.h"
 
 #include <gtest/gtest.h>
@@ -32,15 +33,24 @@ TEST(Statistics, DotProductSumsInOrderInDouble) {
   float result = 9.0F;
   EXPECT_EQ(ippsDotProd_32f(a.data(), b.data(), 3, &result), 0);
   EXPECT_EQ(Bits(result), Bits(0.25F));
-  const Values lost = {1.0e20F, 1.0F, -1.0e20F};
-  EXPECT_EQ(ippsDotProd_32f(lost.data(), Values(3, 1.0F).data(), 3, &result), 0);
-  EXPECT_EQ(Bits(result), Bits(0.0F));
+  // Upward the one is lost in the large number; downward it would be added last and stay.
+  const Values lost = {1.0F, 1.0e20F, -1.0e20F, 1.0F};
+  EXPECT_EQ(ippsDotProd_32f(lost.data(), Values(4, 1.0F).data(), 4, &result), 0);
+  EXPECT_EQ(Bits(result), Bits(1.0F));
+  const Values reversed = {1.0e20F, -1.0e20F, 1.0F, 0.5F};
+  EXPECT_EQ(ippsDotProd_32f(reversed.data(), Values(4, 1.0F).data(), 4, &result), 0);
+  EXPECT_EQ(Bits(result), Bits(1.5F));
 }
 
 TEST(Statistics, StandardDeviationKeepsItsOrderOfSums) {
   std::mt19937 random(7);
-  for (int32_t n = 2; n < 30; ++n) {
-    const Values values = RandomValues(random, n);
+  for (int32_t n = 2; n < 1100; n += n < 70 ? 1 : 101) {
+    Values values = RandomValues(random, n);
+    // A wide base under narrow differences: every other order of sums ends in other bits.
+    if (n % 2 == 1) {
+      for (float& value : values)
+        value = 0.7F + std::ldexp(static_cast<float>(random() % 4096), -23);
+    }
     // Two lanes over whole groups of four, told as one loop over pairs of places.
     double sums[2] = {0.0, 0.0};
     double squares[2] = {0.0, 0.0};

@@ -1,5 +1,6 @@
-// Raw memory for tests in place of the standard one: it counts, it can fail, and it fills every
-// block with garbage, so that nobody lives on memory that happens to be zero.
+// Raw memory for tests in place of the standard one: it counts, it can fail, it notices what is
+// written beside a block, and it fills every block with garbage, so that nobody lives on memory
+// that happens to be zero.
 #pragma once
 
 #include <cstddef>
