@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "popfilter/pops.h"
+#include "primitives/rounding.h"
 #include "tests/popfilter/filter_fixture.h"
 
 using namespace zr::test;
+using zr::primitives::RoundToFloat;
 
 namespace {
 
@@ -239,12 +241,12 @@ TEST(ClosedForm, AnEnergyBelowHalfIsTakenAnewFromTheInput) {
   for (const auto& row : rows) {
     const Filter filter = Watching({16384, 16, 0, 0.0F});
     filter->fEnergy = row.energy - kHeld;  // The newest square comes on top.
-    const float energy = row.isRenewed ? kHeld : (row.energy - kHeld) + kHeld;
+    const float energy = row.isRenewed ? kHeld : RoundToFloat(filter->fEnergy + kHeld);
     Judged(filter.get());
     EXPECT_EQ(filter->fEnergy, energy) << row.what;
-    const float regularised = energy + kRegularisation;
-    const float gain = filter->fStep * (1.0F / regularised);
-    EXPECT_EQ(filter->pfCoefs[0], 0.5F * (gain * (16.0F / 32768.0F))) << row.what;
+    const float reciprocal = RoundToFloat(1.0F / RoundToFloat(energy + kRegularisation));
+    const float gain = RoundToFloat(filter->fStep * reciprocal);
+    EXPECT_EQ(filter->pfCoefs[0], 0.5F * RoundToFloat(gain * (16.0F / 32768.0F))) << row.what;
   }
 }
 
