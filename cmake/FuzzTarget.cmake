@@ -11,5 +11,6 @@ function(zr_add_fuzz_target name)
   else()
     target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/fuzz/bounded_driver.cpp)
   endif()
-  add_test(NAME ${name} COMMAND ${name} -runs=${ARG_RUNS} -seed=1 -max_len=4096)
+  add_test(NAME ${name} COMMAND ${name} -runs=${ARG_RUNS} -seed=1 -max_len=4096
+                                        -len_control=0)
 endfunction()
