@@ -11,6 +11,5 @@ cmake --build build/bench -- --quiet
 for program in build/bench/bench/bench_*; do
   [[ -x $program ]] || continue
   echo "== $(basename "$program")"
-  "$program" --benchmark_repetitions="${1:-5}" --benchmark_report_aggregates_only=false \
-    --benchmark_color=false
+  "$program" --benchmark_repetitions="${1:-5}"
 done

@@ -53,6 +53,11 @@ constexpr WidthRow kWidthRows[] = {
      48000, 1},
 };
 
+// For the names of the cases; without it GoogleTest prints the row's bytes.
+void PrintTo(const WidthRow& row, std::ostream* stream) {
+  *stream << row.name;
+}
+
 class WidthTest : public testing::TestWithParam<WidthRow> {};
 
 // Samples that use the whole width, clicks among them.
