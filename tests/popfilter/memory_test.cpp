@@ -5,7 +5,7 @@
 
 #include "popfilter/pops.h"
 #include "tests/popfilter/filter_fixture.h"
-#include "tests/support/test_memory.h"
+#include "tests/common/test_memory.h"
 
 using namespace zr::test;
 

@@ -8,7 +8,7 @@
 #include <limits>
 #include <numeric>
 
-#include "tests/support/test_memory.h"
+#include "tests/common/test_memory.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Each block stands between guard bytes that are checked when it comes back, at a changing distance
 // from alignment: the allocators must align it themselves, and the slack that they leave behind a
 // buffer shrinks to a byte.
-#include "tests/support/test_memory.h"
+#include "tests/common/test_memory.h"
 
 #include <atomic>
 #include <cstdint>
