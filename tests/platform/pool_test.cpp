@@ -1,0 +1,318 @@
+// The pool and the lookaside lists of the host kernel: blocks, guard bytes, leaks, failures on
+// demand, and that each misuse stops the system.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/host/control/debug_control.h"
+#include "platform/host/control/execution_control.h"
+#include "platform/host/control/pool_control.h"
+#include "platform/host/pool.h"
+
+using namespace zr::host;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr ULONG kTag = 0x74736554;  // "Test"
+
+unsigned char* Allocate(SIZE_T byteCount, ULONG tag = kTag, POOL_TYPE type = NonPagedPool) {
+  return static_cast<unsigned char*>(ExAllocatePoolWithTag(type, byteCount, tag));
+}
+
+void ExpectBugCheck(BugCheck code, const char* message, const std::function<void()>& run) {
+  const ExpectedBugCheck expected;
+  try {
+    run();
+    ADD_FAILURE() << message << ": nothing stopped it";
+  } catch (const BugCheckError& error) {
+    EXPECT_EQ(error.Code(), static_cast<ULONG>(code)) << error.what();
+    EXPECT_THAT(error.what(), HasSubstr(message));
+  }
+}
+
+// Every test gives back all that it took.
+class Pool : public testing::Test {
+ protected:
+  ~Pool() override { EXPECT_EQ(PoolLeakReport(), ""); }
+};
+using Lookaside = Pool;
+
+TEST_F(Pool, BlocksAreAlignedApartAndFullOfGarbage) {
+  std::vector<unsigned char*> blocks;
+  for (SIZE_T size = 1; size < 200; ++size) {
+    unsigned char* const block = Allocate(size);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % (2 * sizeof(PVOID)), 0u);
+    for (SIZE_T i = 0; i < size; ++i) {
+      ASSERT_NE(block[i], 0) << "byte " << i << " of " << size;
+    }
+    std::memset(block, static_cast<int>(size), size);
+    blocks.push_back(block);
+  }
+  for (SIZE_T size = 1; size < 200; ++size) {
+    unsigned char* const block = blocks[size - 1];
+    EXPECT_EQ(std::string(block, block + size), std::string(size, static_cast<char>(size)));
+    ExFreePool(block);
+  }
+}
+
+TEST_F(Pool, GuardBytesFindEveryByteWrittenBesideABlock) {
+  constexpr SIZE_T kSize = 21;
+  unsigned char* const block = Allocate(kSize);
+  struct Row {
+    std::ptrdiff_t offset;
+    const char* message;
+  };
+  for (const auto& [offset, message] :
+       {Row{-1, "in front of the block of 21 bytes with the tag \"Test\""}, Row{-16, "in front of"},
+        Row{kSize, "behind the block of 21 bytes"}, Row{kSize + 15, "behind"}}) {
+    unsigned char& beside = block[offset];
+    const unsigned char old = beside;
+    beside ^= 1;
+    ExpectBugCheck(BugCheck::kBadPoolHeader, message, [&] { ExFreePool(block); });
+    beside = old;
+  }
+  ExFreePool(block);
+}
+
+TEST_F(Pool, MisusesStopTheSystem) {
+  unsigned char* const block = Allocate(8);
+  unsigned char* const paged = Allocate(8, kTag, PagedPool);
+  ExpectBugCheck(BugCheck::kBadPoolCaller, "no block is out", [&] { ExFreePool(block + 1); });
+  ExpectBugCheck(BugCheck::kBadPoolCaller, "no block is out", [] { ExFreePool(nullptr); });
+  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "ExFreePool of paged pool", [&] {
+    KfRaiseIrql(DISPATCH_LEVEL);
+    ExFreePool(paged);
+  });
+  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "ExAllocatePoolWithTag for paged pool", [] {
+    KfRaiseIrql(DISPATCH_LEVEL);
+    Allocate(8, kTag, PagedPool);
+  });
+  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "for non-paged pool", [] {
+    KfRaiseIrql(HIGH_LEVEL);
+    Allocate(8);
+  });
+  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "0 bytes, tag \"Test\"",
+                 [] { Allocate(0); });
+  ExpectBugCheck(BugCheck::kBadPoolCaller, "a tag of 0", [] { Allocate(8, 0); });
+  ExFreePool(paged);
+  const AtIrql atDispatch(DISPATCH_LEVEL);
+  ExFreePool(block);
+  ExpectBugCheck(BugCheck::kBadPoolCaller, "freed twice", [&] { ExFreePool(block); });
+}
+
+TEST_F(Pool, LeaksAreReportedByTag) {
+  constexpr ULONG kOther = 0x6874014F;  // "O", a control character, "th"
+  unsigned char* const blocks[] = {Allocate(10), Allocate(20), Allocate(5, kOther)};
+  EXPECT_EQ(PoolInUse().blocks, 3u);
+  EXPECT_EQ(PoolInUse().bytes, 35u);
+  EXPECT_THAT(PoolLeakReport(), HasSubstr("Test: 2 blocks, 30 bytes\n"));
+  EXPECT_THAT(PoolLeakReport(), HasSubstr("O?th: 1 blocks, 5 bytes\n"));
+  for (unsigned char* const block : blocks) {
+    ExFreePool(block);
+  }
+}
+
+// Which of the next allocations fail.
+std::vector<bool> Failures(int count) {
+  std::vector<bool> failures;
+  for (int i = 0; i < count; ++i) {
+    unsigned char* const block = Allocate(8);
+    failures.push_back(block == nullptr);
+    if (block != nullptr) ExFreePool(block);
+  }
+  return failures;
+}
+
+TEST_F(Pool, TheNthAllocationFails) {
+  const std::size_t before = PoolAllocationCount();
+  {
+    const FailNthAllocation third(3);
+    EXPECT_EQ(Failures(2), std::vector<bool>(2, false));
+    EXPECT_FALSE(third.HasFailed());
+    EXPECT_EQ(Failures(2), (std::vector<bool>{true, false}));
+    EXPECT_TRUE(third.HasFailed());
+  }
+  { const FailNthAllocation neverReached(1); }
+  EXPECT_EQ(Failures(1), std::vector<bool>{false});
+  EXPECT_EQ(PoolAllocationCount(), before + 5) << "failed ones count as tried";
+  EXPECT_EQ(Allocate(SIZE_T{3} << 30), nullptr) << "more than there is";
+}
+
+TEST_F(Pool, ASeededShareOfAllocationsFails) {
+  constexpr int kCount = 4000;
+  const auto failures = [](double share, uint32_t seed) {
+    const FailRandomAllocations failing(share, seed);
+    return Failures(kCount);
+  };
+  const auto count = [](const std::vector<bool>& all) {
+    return std::count(all.begin(), all.end(), true);
+  };
+  const std::vector<bool> first = failures(0.25, 1);
+  // A standard deviation is 27.
+  EXPECT_NEAR(static_cast<double>(count(first)), 1000, 150);
+  EXPECT_EQ(failures(0.25, 1), first);
+  EXPECT_NE(failures(0.25, 2), first);
+  EXPECT_EQ(count(failures(1, 3)), kCount);
+  EXPECT_EQ(count(failures(0, 3)), 0);
+}
+
+// A list of the given depth and what it took from the pool so far.
+class List {
+ public:
+  explicit List(USHORT depth, SIZE_T size = 40) {
+    ExInitializeNPagedLookasideList(&list, nullptr, nullptr, 0, size, kTag, depth);
+  }
+  ~List() { ExDeleteNPagedLookasideList(&list); }
+  List(const List&) = delete;
+  List& operator=(const List&) = delete;
+
+  unsigned char* Take() {
+    return static_cast<unsigned char*>(ExAllocateFromNPagedLookasideList(&list));
+  }
+  void Give(PVOID block) { ExFreeToNPagedLookasideList(&list, block); }
+
+  NPAGED_LOOKASIDE_LIST list;
+};
+
+TEST_F(Lookaside, ItKeepsAsManyBlocksAsItIsDeep) {
+  for (const auto& [depth, kept] : {std::pair<USHORT, std::size_t>{1, 1}, {3, 3}, {0, 16}}) {
+    List list(depth);
+    std::set<unsigned char*> blocks;
+    for (int i = 0; i < 20; ++i) {
+      blocks.insert(list.Take());
+    }
+    EXPECT_EQ(blocks.size(), 20u);
+    EXPECT_EQ(PoolInUse().blocks, 20u);
+    for (unsigned char* const block : blocks) {
+      list.Give(block);
+    }
+    EXPECT_EQ(PoolInUse().blocks, kept);
+    // What is kept is given out without the pool, and a failing pool shows only behind it.
+    const FailNthAllocation next(1);
+    std::vector<unsigned char*> again;
+    for (std::size_t i = 0; i < kept; ++i) {
+      again.push_back(list.Take());
+      EXPECT_EQ(blocks.count(again.back()), 1u);
+    }
+    EXPECT_FALSE(next.HasFailed());
+    EXPECT_EQ(list.Take(), nullptr);
+    for (unsigned char* const block : again) {
+      list.Give(block);
+    }
+  }
+}
+
+TEST_F(Lookaside, ItUsesTheRoutinesOfItsOwner) {
+  static int allocated = 0;
+  static int freed = 0;
+  PAGED_LOOKASIDE_LIST list;
+  ExInitializePagedLookasideList(
+      &list,
+      [](POOL_TYPE type, SIZE_T size, ULONG tag) -> PVOID {
+        EXPECT_EQ(type, PagedPool);
+        EXPECT_EQ(size, 64u);
+        ++allocated;
+        return ExAllocatePoolWithTag(type, size, tag);
+      },
+      [](PVOID block) {
+        ++freed;
+        ExFreePool(block);
+      },
+      0, 64, kTag, 1);
+  void* const blocks[] = {ExAllocateFromPagedLookasideList(&list),
+                          ExAllocateFromPagedLookasideList(&list)};
+  for (void* const block : blocks) {
+    ExFreeToPagedLookasideList(&list, block);
+  }
+  EXPECT_EQ(allocated, 2);
+  EXPECT_EQ(freed, 1);
+  ExDeletePagedLookasideList(&list);
+  EXPECT_EQ(freed, 2);
+}
+
+TEST_F(Lookaside, MisusesStopTheSystem) {
+  NPAGED_LOOKASIDE_LIST raw = {};
+  PAGED_LOOKASIDE_LIST paged;
+  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "not initialised",
+                 [&] { ExAllocateFromNPagedLookasideList(&raw); });
+  ExInitializePagedLookasideList(&paged, nullptr, nullptr, 0, 32, kTag, 0);
+  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "ExAllocateFromPagedLookasideList", [&] {
+    KfRaiseIrql(DISPATCH_LEVEL);
+    ExAllocateFromPagedLookasideList(&paged);
+  });
+  ExDeletePagedLookasideList(&paged);
+  void* const stray = Allocate(32);
+  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "deleted already",
+                 [&] { ExFreeToPagedLookasideList(&paged, stray); });
+  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "deleted already",
+                 [&] { ExDeletePagedLookasideList(&paged); });
+  ExFreePool(stray);
+  for (const USHORT depth : {USHORT{1}, USHORT{4}}) {
+    // With a depth of 1 the blocks rest where all threads share them, else with this thread.
+    List list(depth);
+    unsigned char* const block = list.Take();
+    list.Give(block);
+    ExpectBugCheck(BugCheck::kBadPoolCaller, "freed to the list twice", [&] { list.Give(block); });
+    block[sizeof(PVOID)] ^= 1;
+    ExpectBugCheck(BugCheck::kBadPoolCaller, "written to after", [&] { list.Take(); });
+    block[sizeof(PVOID)] ^= 1;
+  }
+}
+
+TEST_F(Lookaside, ABlockMayStillCarryWhatTheListWroteIntoIt) {
+  List list(4);
+  unsigned char* const block = list.Take();
+  list.Give(block);
+  unsigned char image[40];
+  std::memcpy(image, block, sizeof(image));
+  EXPECT_EQ(list.Take(), block);
+  std::memcpy(block, image, sizeof(image));
+  list.Give(block);
+}
+
+TEST_F(Lookaside, ManyThreadsShareAList) {
+  // Neighbours hand blocks on, so that some threads only allocate and others only free; more
+  // threads than have stacks of their own, and threads that come after others have ended.
+  List list(0);
+  constexpr int kPairs = 20;
+  constexpr int kBlocks = 300;
+  for (int generation = 0; generation < 2; ++generation) {
+    std::vector<std::vector<unsigned char*>> handed(kPairs);
+    std::vector<std::thread> threads;
+    for (int pair = 0; pair < kPairs; ++pair) {
+      threads.emplace_back([&, pair] {
+        for (int i = 0; i < kBlocks; ++i) {
+          unsigned char* const block = list.Take();
+          std::memset(block, pair, 40);
+          if (i % 3 == 0) {
+            list.Give(block);
+          } else {
+            handed[pair].push_back(block);
+          }
+        }
+        std::thread taker([&, pair] {
+          for (unsigned char* const block : handed[pair]) {
+            EXPECT_EQ(std::string(block, block + 40), std::string(40, static_cast<char>(pair)));
+            list.Give(block);
+          }
+        });
+        taker.join();
+      });
+    }
+    for (std::thread& thread : threads) {
+      thread.join();
+    }
+  }
+  // Each of the 32 stacks and the common one may keep half of the depth.
+  EXPECT_LE(PoolInUse().blocks, 33u * 8);
+}
+
+}  // namespace
