@@ -4,8 +4,8 @@
 #include <limits>
 
 #include "popfilter/pops.h"
-#include "tests/popfilter/filter_fixture.h"
 #include "tests/common/test_memory.h"
+#include "tests/popfilter/filter_fixture.h"
 
 using namespace zr::test;
 

@@ -1,0 +1,76 @@
+// Levels of the modules from the registry, and the order of their registration.
+#include "support/debug_modules.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/host/control/io_control.h"
+#include "tests/support/support_fixture.h"
+
+using namespace zr::test;
+using zr::host::SetRegistryDword;
+
+namespace {
+
+constexpr const char16_t* kMachineKey = u"\\Registry\\Machine\\Software\\Brennick\\ZRPOPFLT\\Debug";
+
+class DebugModules : public SupportFixture {};
+
+ULONG LevelOf(const char* tag) {
+  return ReadModuleDebugLevel("ZRPOPFLT", tag, nullptr);
+}
+
+TEST_F(DebugModules, LevelsComeFromTheMachineKey) {
+  EXPECT_EQ(LevelOf("USBIrps"), 2U) << "no key";
+  SetRegistryDword(kMachineKey, u"Other", 7);
+  EXPECT_EQ(LevelOf("USBIrps"), 2U) << "a key without values";
+  SetRegistryDword(kMachineKey, u"Default", 3);
+  SetRegistryDword(kMachineKey, u"USBIrps", 4);
+  EXPECT_EQ(LevelOf("USBIrps"), 4U);
+  EXPECT_EQ(LevelOf("Device"), 3U);
+  zr::host::LimitKeyAccess(kMachineKey, KEY_QUERY_VALUE);
+  EXPECT_EQ(LevelOf("USBIrps"), 2U) << "a key that may not be opened";
+}
+
+TEST_F(DebugModules, TagsBeyondTheirRoomAreCut) {
+  const std::string tag(300, 't');
+  SetRegistryDword(kMachineKey, std::u16string(63, u't'), 5);
+  EXPECT_EQ(LevelOf(tag.c_str()), 5U);
+  EXPECT_EQ(ReadModuleDebugLevel(tag.c_str(), "Device", nullptr), 2U);
+}
+
+TEST_F(DebugModules, RegistrationKeepsItsOrderAndLeavesNothingEnabled) {
+  SetRegistryDword(kMachineKey, u"Device", 4);
+  RegisterDebugModules(nullptr);
+  const char* const tags[] = {"DrvMain", "Device", "ZDebug", "Registry", "OSDep", "USBIrps"};
+  ASSERT_EQ(ModuleCount, 6);
+  for (LONG i = 0; i < 6; ++i)
+    EXPECT_STREQ(ModuleTable[i].Name, tags[i]);
+  EXPECT_EQ(g_USBIrpsLog.State().Handle, 5);
+  EXPECT_EQ(g_DeviceLog.State().Level, 4U);
+  EXPECT_EQ(g_DeviceLog.State().Enable, 0U);
+
+  ModuleTable[1].Callback(1, 1);
+  EXPECT_EQ(g_DeviceLog.State().Level, 1U);
+  EXPECT_EQ(g_DeviceLog.State().Enable, 1U);
+  EXPECT_EQ(g_DrvMainLog.State().Enable, 0U);
+  ModuleTable[1].Callback(2, 0);
+}
+
+NTSTATUS NTAPI EmptyEntry(PDRIVER_OBJECT /*driver*/, PUNICODE_STRING /*path*/) {
+  return STATUS_SUCCESS;
+}
+
+TEST_F(DebugModules, ADeviceHasAKeyOfItsOwn) {
+  const zr::host::LoadedDriver bus(&EmptyEntry);
+  PDEVICE_OBJECT device = nullptr;
+  ASSERT_EQ(IoCreateDevice(bus.Object(), 0, nullptr, FILE_DEVICE_UNKNOWN, 0, FALSE, &device),
+            STATUS_SUCCESS);
+  EXPECT_EQ(ReadModuleDebugLevel("ZRPOPFLT", "Device", device), 2U) << "no key of a device";
+  zr::host::SetDeviceProperties(device, {u"Camera", {u"USB\\VID_1"}, u"camera"});
+  EXPECT_EQ(ReadModuleDebugLevel("ZRPOPFLT", "Device", device), 2U) << "no levels below it";
+  SetRegistryDword(zr::host::SoftwareKeyPath(device) + u"\\Debug\\ZRPOPFLT", u"Default", 1);
+  EXPECT_EQ(ReadModuleDebugLevel("ZRPOPFLT", "Device", device), 1U);
+  IoDeleteDevice(device);
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+// The three states of the hook table, and the module table's limits.
+#include "support/perf_hooks.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/support_fixture.h"
+
+using namespace zr::test;
+
+namespace {
+
+void CallEveryServiceHook() {
+  PerfHooks.PerfDebugSink(1, "line");
+  PerfHooks.PerfTimerStart(1);
+  PerfHooks.PerfTimerStop(1);
+  PerfHooks.PerfTimerReset(1);
+  PerfHooks.PerfCounterAdd(1, 2, 3);
+  PerfHooks.PerfCounterSet(1, 2, 3);
+  PerfHooks.PerfSetName(1, "name");
+  PerfHooks.PerfSpanStart(9);
+  PerfHooks.PerfSpanStop(9);
+  PerfHooks.PerfSpanReset(9);
+  PerfHooks.PerfSpanName(9, "name");
+  PerfHooks.PerfSpanAdd(9, 1, 2);
+  PerfHooks.PerfSpanSet(9, 1, 2);
+  PerfHooks.PerfModeCall1(1, 2);
+  PerfHooks.PerfModeCall2(1, 2);
+  PerfHooks.PerfRegisterGlobalFlag(0, "name", nullptr, nullptr);
+  PerfHooks.PerfModeCall4(1, 2);
+  PerfHooks.PerfModeReserved();
+  PerfHooks.PerfModeEnableStat(1);
+}
+
+void ExpectEveryHookStops() {
+  constexpr ULONG kStop = 0xDEADBEEF;
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfAttach(nullptr, nullptr, nullptr); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfDetach(); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfHookDriver(nullptr); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfUnhookDriver(); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfRegisterModule("tag", 0, nullptr); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfDebugSink(1, "line"); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfTimerStart(1); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfTimerStop(1); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfTimerReset(1); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfCounterAdd(1, 2, 3); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfCounterSet(1, 2, 3); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSetName(1, "name"); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanStart(9); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanStop(9); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanReset(9); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanName(9, "name"); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanAdd(9, 1, 2); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanSet(9, 1, 2); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeCall1(1, 2); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeCall2(1, 2); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfRegisterGlobalFlag(0, "", nullptr, nullptr); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeCall4(1, 2); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeQuery(1); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeReserved(); }), kStop);
+  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeEnableStat(1); }), kStop);
+}
+
+TEST(PerfHooks, StopOutsideTheDriversLifetimeAndRestInside) {
+  ExpectEveryHookStops();
+  PerfHooksInit();
+  CallEveryServiceHook();
+  EXPECT_EQ(PerfHooks.PerfModeQuery(1), 0U);
+  PerfHooksShutdown();
+  ExpectEveryHookStops();
+}
+
+TEST(PerfHooks, TheModuleTableHasFiftyPlaces) {
+  PerfHooksInit();
+  for (LONG index = 0; index < 50; ++index) {
+    EXPECT_EQ(PerfHooks.PerfRegisterModule("tag", 3, nullptr), index);
+  }
+  for (int tries = 0; tries < 3; ++tries) {
+    EXPECT_EQ(PerfHooks.PerfRegisterModule("late", 4, nullptr), -1);
+    EXPECT_EQ(ModuleCount, 50);
+  }
+  EXPECT_STREQ(ModuleTable[49].Name, "tag");
+  EXPECT_EQ(ModuleTable[49].Level, 3U);
+  PerfHooksInit();
+  EXPECT_EQ(ModuleCount, 0);
+  EXPECT_EQ(ModuleTable[49].Name, nullptr);
+  PerfHooksShutdown();
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+// Values with defaults, and what is told of a key that cannot be opened or read.
+#include "support/registry_access.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/support_fixture.h"
+
+using namespace zr::test;
+using zr::host::SetRegistryDword;
+
+namespace {
+
+constexpr const char16_t* kPath = u"\\Registry\\Machine\\Software\\Test";
+
+std::vector<std::string> lines;
+void KeepLine(ULONG /*level*/, const char* line) {
+  lines.emplace_back(line);
+}
+
+class RegistryAccess : public SupportFixture {
+ protected:
+  RegistryAccess() {
+    lines.clear();
+    PerfHooks.PerfDebugSink.Set(&KeepLine);
+  }
+};
+
+TEST_F(RegistryAccess, ReadsValuesOrDefaults) {
+  SetRegistryDword(kPath, u"Present", 17);
+  zr::host::SetRegistryValue(kPath, u"Text", REG_SZ, "a");
+  HANDLE key = nullptr;
+  ASSERT_EQ(RegistryOpenKey(nullptr, KEY_ALL_ACCESS, kPath, &key), STATUS_SUCCESS);
+  ULONG found = 9;
+  EXPECT_EQ(RegistryGetDword(key, WIDE_TEXT("Present"), 5), 17U);
+  EXPECT_EQ(RegistryGetDword(key, WIDE_TEXT("Missing"), 5), 5U);
+  EXPECT_EQ(RegistryGetDwordEx(key, WIDE_TEXT("Present"), 5, &found), 17U);
+  EXPECT_EQ(found, 1U);
+  EXPECT_EQ(RegistryGetDwordEx(key, WIDE_TEXT("Missing"), 5, &found), 5U);
+  EXPECT_EQ(found, 1U) << "the key could be read";
+  EXPECT_EQ(RegistrySetDword(key, WIDE_TEXT("Present"), 18), 1U);
+  EXPECT_EQ(RegistryGetDword(key, WIDE_TEXT("PRESENT"), 5), 18U);
+  EXPECT_EQ(ZwClose(key), STATUS_SUCCESS);
+
+  EXPECT_EQ(RegistryGetDword(key, WIDE_TEXT("Present"), 5), 5U) << "a closed key";
+  EXPECT_EQ(RegistryGetDwordEx(key, WIDE_TEXT("Present"), 5, &found), 5U);
+  EXPECT_EQ(found, 0U);
+  EXPECT_EQ(RegistrySetDword(key, WIDE_TEXT("Present"), 1), 0U);
+}
+
+TEST_F(RegistryAccess, OpeningTellsItsStatus) {
+  SetRegistryDword(kPath, u"Present", 17);
+  zr::host::LimitKeyAccess(kPath, KEY_QUERY_VALUE);
+  HANDLE key = nullptr;
+  ASSERT_EQ(RegistryOpenKey(nullptr, KEY_QUERY_VALUE, kPath, &key), STATUS_SUCCESS);
+  EXPECT_EQ(RegistrySetDword(key, WIDE_TEXT("Present"), 1), 0U) << "no right to write";
+  ZwClose(key);
+  EXPECT_EQ(RegistryOpenKey(nullptr, KEY_ALL_ACCESS, kPath, &key), STATUS_ACCESS_DENIED);
+  EXPECT_EQ(RegistryOpenKey(key, KEY_QUERY_VALUE, WIDE_TEXT("Below"), &key), STATUS_INVALID_HANDLE);
+  EXPECT_EQ(RegistryOpenKey(nullptr, KEY_QUERY_VALUE, u"\\Registry\\Machine\\None", &key),
+            STATUS_OBJECT_NAME_NOT_FOUND);
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{
+                "ZRPOPFLT.Registry: ZwOpenKey status=0x00000000\n",
+                "ZRPOPFLT.Registry: ZwOpenKey failed status=0xc0000022 (STATUS_ACCESS_DENIED)\n",
+                "ZRPOPFLT.Registry: ZwOpenKey failed status=0xc0000008 (STATUS_INVALID_HANDLE)\n",
+                "ZRPOPFLT.Registry: ZwOpenKey status=0xc0000034\n"}));
+}
+
+TEST_F(RegistryAccess, TablesKeepWhatIsMissing) {
+  SetRegistryDword(kPath, u"Number", 3);
+  HANDLE key = nullptr;
+  ASSERT_EQ(RegistryOpenKey(nullptr, KEY_QUERY_VALUE, kPath, &key), STATUS_SUCCESS);
+  ULONG number = 1;
+  ULONG missing = 2;
+  WCHAR buffer[8] = {u'o', u'l', u'd'};
+  UNICODE_STRING text = {6, sizeof(buffer), buffer};
+  RTL_QUERY_REGISTRY_TABLE table[4] = {};
+  table[0].Name = const_cast<PWSTR>(WIDE_TEXT("Number"));
+  table[0].EntryContext = &number;
+  table[0].DefaultType = REG_DWORD;
+  table[1].Name = const_cast<PWSTR>(WIDE_TEXT("Missing"));
+  table[1].EntryContext = &missing;
+  table[1].DefaultType = REG_DWORD;
+  table[2].Name = const_cast<PWSTR>(WIDE_TEXT("MissingText"));
+  table[2].EntryContext = &text;
+  table[2].DefaultType = REG_SZ;
+  EXPECT_EQ(RegistryQueryTable(key, table), STATUS_SUCCESS);
+  EXPECT_EQ(number, 3U);
+  EXPECT_EQ(missing, 2U);
+  EXPECT_EQ(std::u16string(text.Buffer), u"old");
+  ZwClose(key);
+}
+
+}  // namespace

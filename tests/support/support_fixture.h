@@ -1,0 +1,49 @@
+// The support services in a running driver: hooks idle, allocator set up, registry empty, and an
+// end at which nothing may be left.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/host/control/debug_control.h"
+#include "platform/host/control/pool_control.h"
+#include "platform/host/control/registry_control.h"
+#include "support/debug_log.h"
+#include "support/perf_hooks.h"
+#include "support/tracked_allocator.h"
+
+namespace zr::test {
+
+class SupportFixture : public testing::Test {
+ protected:
+  SupportFixture() {
+    host::ClearRegistry();
+    PerfHooksInit();
+    PoolTrackInit();
+  }
+  ~SupportFixture() override {
+    PoolTrackShutdown();
+    PerfHooksShutdown();
+    host::SetDebugSink(nullptr);
+    host::ClearRegistry();
+    EXPECT_EQ(host::PoolLeakReport(), "");
+    EXPECT_EQ(host::OpenKeyCount(), 0U);
+  }
+};
+
+/// Runs a call that must stop the system and gives the code.
+template <typename Call>
+ULONG BugCheckOf(Call call) {
+  const host::ExpectedBugCheck expected;
+  try {
+    call();
+  } catch (const host::BugCheckError& error) {
+    return error.Code();
+  }
+  return 0;
+}
+
+}  // namespace zr::test
