@@ -1,0 +1,56 @@
+// Completions on several threads, selections between them, the disable flag flipping.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "platform/host/control/execution_control.h"
+#include "tests/usbaudio/intercepted_device.h"
+
+using namespace zr::test;
+
+namespace {
+
+TEST(Races, NoTransferNoContextNoHoldIsLost) {
+  constexpr int kThreads = 4;
+  constexpr int kTransfers = 500;
+  const LoadedServices services;
+  InterceptedDevice device;
+  device.answer = [](PIRP irp) {
+    const zr::host::AtIrql dispatch(DISPATCH_LEVEL);
+    return CompleteWith(irp, STATUS_SUCCESS);
+  };
+  device.SelectFormat(16, 1, 8000);
+  std::atomic<bool> isStreaming = true;
+  std::atomic<int> bytes = 0;
+  std::vector<std::thread> streams;
+  for (int t = 0; t < kThreads; ++t) {
+    streams.emplace_back([&] {
+      for (int i = 0; i < kTransfers; ++i) {
+        IsochUrb urb({{0, 32, 0}, {32, 32, 0}}, std::vector<UCHAR>(64, 1));
+        device.SendUrb(urb.Urb());
+        bytes += static_cast<int>(urb.Packets()[0].Length + urb.Packets()[1].Length);
+      }
+    });
+  }
+  std::thread selections([&] {
+    while (isStreaming)
+      device.SelectFormat(16, 1, 48000);
+  });
+  std::thread flips([&] {
+    while (isStreaming) {
+      g_ulDisablePopFilter = 1 - g_ulDisablePopFilter;
+      std::this_thread::yield();
+    }
+  });
+  for (auto& stream : streams)
+    stream.join();
+  isStreaming = false;
+  selections.join();
+  flips.join();
+  g_ulDisablePopFilter = 0;
+  EXPECT_EQ(bytes.load(), kThreads * kTransfers * 64);
+}
+
+}  // namespace
