@@ -33,16 +33,31 @@ std::atomic_ref<PVOID> Shared(PVOID volatile* value) {
   return std::atomic_ref(const_cast<PVOID&>(*value));
 }
 
+// The ways to a bug check stand apart, so that the fast ways need no frame for their texts.
+[[noreturn, gnu::cold, gnu::noinline]] void StopAtOwnLock() {
+  StopSystem(BugCheck::kSpinLockAlreadyOwned,
+             "KfAcquireSpinLock: this thread holds the spin lock already");
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void StopAtForeignLock() {
+  StopSystem(BugCheck::kSpinLockNotOwned,
+             "KfReleaseSpinLock: this thread does not hold the spin lock");
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void StopAtRelease(KIRQL newIrql) {
+  StopSystem(BugCheck::kDriverVerifierDetectedViolation,
+             "KfReleaseSpinLock at IRQL " + std::to_string(threadState.irql) +
+                 " with the old IRQL " + std::to_string(newIrql) +
+                 ": it runs at DISPATCH_LEVEL and never raises");
+}
+
 // Yields at once rather than spin: a thread that looks at the lock takes its cache line from the
 // holder, which costs more than the few instructions that a lock is held for; and where threads
 // outnumber processors, the holder may be waiting for this one.
 [[gnu::noinline]] void AcquireContended(PKSPIN_LOCK lock, ULONG_PTR self) {
   for (;;) {
     KSPIN_LOCK holder = Word(lock).load(std::memory_order_relaxed);
-    if (holder == self) {
-      StopSystem(BugCheck::kSpinLockAlreadyOwned,
-                 "KfAcquireSpinLock: this thread holds the spin lock already");
-    }
+    if (holder == self) StopAtOwnLock();
     if (holder == 0 && Word(lock).compare_exchange_weak(holder, self, std::memory_order_acquire)) {
       return;
     }
@@ -93,16 +108,8 @@ extern "C" KIRQL KfAcquireSpinLock(PKSPIN_LOCK lock) {
 }
 
 extern "C" VOID KfReleaseSpinLock(PKSPIN_LOCK lock, KIRQL newIrql) {
-  if (Word(lock).load(std::memory_order_relaxed) != CurrentThread()) {
-    StopSystem(BugCheck::kSpinLockNotOwned,
-               "KfReleaseSpinLock: this thread does not hold the spin lock");
-  }
-  if (threadState.irql != DISPATCH_LEVEL || newIrql > DISPATCH_LEVEL) {
-    StopSystem(BugCheck::kDriverVerifierDetectedViolation,
-               "KfReleaseSpinLock at IRQL " + std::to_string(threadState.irql) +
-                   " with the old IRQL " + std::to_string(newIrql) +
-                   ": it runs at DISPATCH_LEVEL and never raises");
-  }
+  if (Word(lock).load(std::memory_order_relaxed) != CurrentThread()) StopAtForeignLock();
+  if (threadState.irql != DISPATCH_LEVEL || newIrql > DISPATCH_LEVEL) StopAtRelease(newIrql);
   Word(lock).store(0, std::memory_order_release);
   threadState.irql = newIrql;
 }
@@ -163,6 +170,12 @@ ULONG TakeThreadSlot() {
   returner.slot = slot;
   threadState.slotPlusOne = slot + 1;
   return slot;
+}
+
+void StopAtIrql(KIRQL highest, const char* routine) {
+  StopSystem(BugCheck::kIrqlNotLessOrEqual, std::string(routine) + " may run at IRQL " +
+                                                std::to_string(highest) + " at most, called at " +
+                                                std::to_string(threadState.irql));
 }
 
 StackBounds CurrentStackBounds() {

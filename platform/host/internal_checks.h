@@ -7,15 +7,14 @@
 
 namespace zr::host {
 
+/// The bug check of RequireIrqlAtMost, out of line: its text must not cost the fast way a frame.
+[[noreturn]] void StopAtIrql(KIRQL highest, const char* routine);
+
 /// A bug check that names the routine if this thread runs above the given IRQL.
 inline void RequireIrqlAtMost(KIRQL highest, const char* routine) {
-  const KIRQL current = threadState.irql;
-  if (current <= highest) [[likely]] {
-    return;
+  if (threadState.irql > highest) [[unlikely]] {
+    StopAtIrql(highest, routine);
   }
-  StopSystem(BugCheck::kIrqlNotLessOrEqual, std::string(routine) + " may run at IRQL " +
-                                                std::to_string(highest) + " at most, called at " +
-                                                std::to_string(current));
 }
 
 }  // namespace zr::host

@@ -32,13 +32,17 @@ ULONG_PTR MarkOf(const FreeEntry* entry) {
   return ~reinterpret_cast<ULONG_PTR>(entry) ^ kMagic;
 }
 
-void RequireList(const GENERAL_LOOKASIDE& list, const char* routine) {
-  if (list.Magic == kMagic) return;
+[[noreturn, gnu::cold, gnu::noinline]] void StopAtList(const char* routine) {
   StopSystem(BugCheck::kDriverVerifierDetectedViolation,
              std::string(routine) + ": the lookaside list is not initialised, or deleted already");
 }
 
-[[noreturn]] void StopAtEntry(const GENERAL_LOOKASIDE& list, const char* what) {
+void RequireList(const GENERAL_LOOKASIDE& list, const char* routine) {
+  if (list.Magic != kMagic) StopAtList(routine);
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void StopAtEntry(const GENERAL_LOOKASIDE& list,
+                                                        const char* what) {
   StopSystem(BugCheck::kBadPoolCaller,
              "Lookaside list of " + std::to_string(list.Size) + " bytes: " + what);
 }
