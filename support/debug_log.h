@@ -4,8 +4,9 @@
 //
 //   g_DeviceLog.Log(3, "CDevice::Init> status is 0x%lx!\n", LogWord(status));
 //
-// A statement allocates nothing, cannot fail, takes no lock, and may run at up to DISPATCH_LEVEL
-// with spin locks held.
+// A statement allocates nothing, cannot fail the operation that it stands in, takes no lock of the
+// driver, and may run at up to DISPATCH_LEVEL with spin locks held; only one with wide text needs
+// PASSIVE_LEVEL.
 #pragma once
 
 #include <atomic>
@@ -29,7 +30,7 @@ inline constexpr SIZE_T kLogLineSize = 512;
 /// What the messages call by a name is not told: the driver has no table of such names.
 inline constexpr const char* kNoLogName = "NO STRING! USE DEBUG VERSION!";
 
-/// Arguments of the messages' %lx and %ld, which are as wide as a pointer in every build.
+/// Arguments of the messages' %lx, which is as wide as a pointer in every build.
 inline unsigned long LogWord(NTSTATUS status) {
   return static_cast<ULONG>(status);
 }

@@ -70,6 +70,7 @@ template <DebugModule& module>
 void RegisterDebugModule(PDEVICE_OBJECT device) {
   const ULONG level = ReadModuleDebugLevel(kDriverTag, module.Tag(), device);
   module.State().Level.store(level, std::memory_order_relaxed);
+  module.State().Enable.store(0, std::memory_order_relaxed);
   module.State().Handle.store(
       PerfHooks.PerfRegisterModule(module.Tag(), level, &DbgSetModuleState<module>),
       std::memory_order_relaxed);

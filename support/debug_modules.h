@@ -9,6 +9,6 @@
 /// the device's driver key. PASSIVE_LEVEL.
 ULONG ReadModuleDebugLevel(const char* driverTag, const char* moduleTag, PDEVICE_OBJECT device);
 
-/// Reads the levels of all six modules and enters them into the module table, in their order. The
-/// enable words stay as they are. PASSIVE_LEVEL.
+/// Reads the levels of all six modules and enters them into the module table, in their order. Their
+/// enable words are 0 then, as after a load. PASSIVE_LEVEL.
 void RegisterDebugModules(PDEVICE_OBJECT device);

@@ -46,6 +46,8 @@ void PerfHooksInit() {
   ForEachHook([](auto& hook) { hook.SetIdle(); });
   PerfHooks.PerfRegisterModule.Set(&RegisterModule);
   ForgetModules();
+  // As after a load; a host process may load the driver more than once.
+  g_ulDisablePopFilter.store(0, std::memory_order_relaxed);
 }
 
 void PerfHooksShutdown() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <type_traits>
 
 #include "platform/kernel.h"
 
@@ -100,6 +101,7 @@ struct ModuleTableEntry {
   ULONG Level;
   DbgSetModuleStateRoutine Callback;
 };
+static_assert(sizeof(void*) != 4 || sizeof(ModuleTableEntry) == 16);
 inline constexpr LONG kMostModules = 50;
 extern ModuleTableEntry ModuleTable[kMostModules];
 extern LONG ModuleCount;

@@ -11,6 +11,11 @@ constexpr const char* kNoLocation = "<Unknown (Release!)>";
 // The road from a statement through the log to the sink fits into so many words.
 constexpr ULONG_PTR kScannedBytes = 376 * sizeof(void*);
 
+// Nobody reads the record by a name that the compiler could follow.
+void Publish(TraceRecord* record) {
+  asm volatile("" : : "r"(record) : "memory");
+}
+
 ULONGLONG SignExtended(LONG_PTR value) {
   return static_cast<ULONGLONG>(LONGLONG{value});
 }
@@ -39,11 +44,13 @@ void TraceRecordFill(TraceRecord* record, LONG moduleHandle) {
              .Aux2 = 0,
              .ChecksumLow = static_cast<ULONG>(checksum),
              .ChecksumHigh = static_cast<ULONG>(checksum >> 32)};
+  Publish(record);
 }
 
 void TraceRecordClear(TraceRecord* record) {
   record->Magic1 = 0;
   record->Magic2 = 0;
+  Publish(record);
 }
 
 [[gnu::noinline]] TraceRecord* TraceRecordFind() {
@@ -51,7 +58,9 @@ void TraceRecordClear(TraceRecord* record) {
   ULONG_PTR stackLow = 0;
   ULONG_PTR stackHigh = 0;
   IoGetStackLimits(&stackLow, &stackHigh);
-  const ULONG_PTR end = std::min(below + kScannedBytes, stackHigh - sizeof(TraceRecord));
+  // A thread may run on a stack that is not its own.
+  if (below < stackLow || below >= stackHigh) return nullptr;
+  const ULONG_PTR end = std::min(below + kScannedBytes, stackHigh - sizeof(TraceRecord) + 1);
   constexpr ULONG_PTR kFirstAlignment = 8;
   for (ULONG_PTR position = below & ~(kFirstAlignment - 1); position < end;
        position += alignof(TraceRecord)) {

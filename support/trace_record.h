@@ -21,8 +21,8 @@ struct TraceRecord {
 };
 static_assert(sizeof(void*) != 4 || sizeof(TraceRecord) == 32);
 
-/// Fills a record for a statement of the module. Out of line, so that the record really stands in
-/// memory when the logger is called.
+/// Fills a record for a statement of the module. The record really stands in memory then, whatever
+/// the compiler knows of the calls that follow.
 void TraceRecordFill(TraceRecord* record, LONG moduleHandle);
 
 /// Invalidates a record: it cannot be found again.

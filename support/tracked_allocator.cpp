@@ -2,6 +2,7 @@
 // hooks are called outside both.
 #include "support/tracked_allocator.h"
 
+#include <algorithm>
 #include <atomic>
 #include <limits>
 
@@ -42,7 +43,7 @@ struct BlockList {
 };
 
 struct SizeClass {
-  ULONG IsUsed;  ///< 0 sends the class's requests to the pool.
+  ULONG IsUsed = 1;  ///< 0 sends the class's requests to the pool.
   PAGED_LOOKASIDE_LIST Paged;
   NPAGED_LOOKASIDE_LIST NonPaged;
 };
@@ -116,13 +117,13 @@ void PoolTrackInit() {
   KeInitializeMutex(&pagedMutex, 0);
   nonPagedBlocks.Clear();
   pagedBlocks.Clear();
-  SIZE_T blockSize = kClassStep;
+  SIZE_T blockSize = 0;
   for (SizeClass& sizeClass : sizeClasses) {
-    sizeClass.IsUsed = 1;
+    blockSize += kClassStep;
+    if (sizeClass.IsUsed == 0) continue;
     ExInitializePagedLookasideList(&sizeClass.Paged, nullptr, nullptr, 0, blockSize, kPoolTag, 0);
     ExInitializeNPagedLookasideList(&sizeClass.NonPaged, nullptr, nullptr, 0, blockSize, kPoolTag,
                                     0);
-    blockSize += kClassStep;
   }
   largestRequest.store(0, std::memory_order_relaxed);
 }
@@ -139,7 +140,8 @@ PVOID PoolAllocTracked(POOL_TYPE poolType, SIZE_T size) {
   PVOID lookaside = nullptr;
   PoolBlockHeader* const block =
       size <= kLargestSize ? AllocateBlock(poolType, size, &lookaside) : nullptr;
-  const auto requested = static_cast<ULONG>(size);
+  const auto requested =
+      static_cast<ULONG>(std::min<SIZE_T>(size, std::numeric_limits<ULONG>::max()));
   if (block != nullptr) {
     block->Size = requested;
     block->Lookaside = lookaside;

@@ -25,6 +25,8 @@ inline void operator delete[](void* block, POOL_TYPE /*poolType*/) noexcept {
 
 template <typename Object>
 void DeleteTracked(Object* object) {
+  // Behind its header a block is aligned for a pointer and no further.
+  static_assert(alignof(Object) <= alignof(void*));
   object->~Object();
   PoolFreeTracked(object);
 }

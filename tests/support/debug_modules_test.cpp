@@ -47,6 +47,7 @@ TEST_F(DebugModules, RegistrationKeepsItsOrderAndLeavesNothingEnabled) {
     EXPECT_STREQ(ModuleTable[i].Name, tags[i]);
   EXPECT_EQ(g_USBIrpsLog.State().Handle, 5);
   EXPECT_EQ(g_DeviceLog.State().Level, 4U);
+  EXPECT_EQ(ModuleTable[1].Level, 4U);
   EXPECT_EQ(g_DeviceLog.State().Enable, 0U);
 
   ModuleTable[1].Callback(1, 1);

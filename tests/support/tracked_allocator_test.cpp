@@ -99,6 +99,9 @@ TEST_F(TrackedAllocator, AFailedRequestCountsAsTheLargestOnly) {
   }
   EXPECT_EQ(PoolAllocTracked(NonPagedPool, static_cast<ULONG>(-1)), nullptr)
       << "the header must not wrap the size around";
+  if constexpr (sizeof(SIZE_T) > 4) {
+    EXPECT_EQ(PoolAllocTracked(NonPagedPool, static_cast<SIZE_T>(0x100000001ULL)), nullptr);
+  }
   EXPECT_EQ(reports, (std::vector<Report>{{6, 50}, {6, 5000}, {6, 0xffffffffLL}}));
 }
 
