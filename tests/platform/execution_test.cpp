@@ -81,8 +81,8 @@ TEST(Execution, MisusesStopTheSystem) {
        [] { KfReleaseSpinLock(&lock, PASSIVE_LEVEL); }},
       {"releasing what a thread that ended holds", BugCheck::kSpinLockNotOwned, "does not hold",
        [] {
-         static KSPIN_LOCK orphan = 0;
-         OnAnotherThread([] { KfAcquireSpinLock(&orphan); });
+         KSPIN_LOCK orphan = 0;
+         OnAnotherThread([&] { KfAcquireSpinLock(&orphan); });
          KfRaiseIrql(DISPATCH_LEVEL);
          KfReleaseSpinLock(&orphan, PASSIVE_LEVEL);
        }},

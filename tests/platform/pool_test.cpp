@@ -211,8 +211,11 @@ TEST_F(Lookaside, ItKeepsAsManyBlocksAsItIsDeep) {
 }
 
 TEST_F(Lookaside, ItUsesTheRoutinesOfItsOwner) {
-  static int allocated = 0;
-  static int freed = 0;
+  // The routines carry no context.
+  static int allocated;
+  static int freed;
+  allocated = 0;
+  freed = 0;
   PAGED_LOOKASIDE_LIST list;
   ExInitializePagedLookasideList(
       &list,
