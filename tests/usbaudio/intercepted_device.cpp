@@ -69,16 +69,18 @@ NTSTATUS DispatchTop(InterceptedDevice& self, PIRP irp) {
   return status;
 }
 
-InterceptedDevice::InterceptedDevice()
+InterceptedDevice::InterceptedDevice() : InterceptedDevice(nullptr) {}
+
+InterceptedDevice::InterceptedDevice(PDEVICE_OBJECT bottom)
     : answer([](PIRP irp) { return CompleteWith(irp, STATUS_SUCCESS); }),
       bottomDriver_(&Enter<&BottomDispatch>),
       topDriver_(&Enter<&TopDispatch>) {
   RemoveLockInit(&lock_);
-  bottom_ = MakeDevice(bottomDriver_.Object(), this);
+  if (bottom == nullptr) bottom = ownBottom_ = MakeDevice(bottomDriver_.Object(), this);
   top_ = MakeDevice(topDriver_.Object(), this);
-  lower_ = IoAttachDeviceToDeviceStack(top_, bottom_);
+  lower_ = IoAttachDeviceToDeviceStack(top_, bottom);
   interception_ = new (NonPagedPool) CUSBIRPs;
-  EXPECT_EQ(interception_->Init(top_, lower_, bottom_, nullptr, &lock_), STATUS_SUCCESS);
+  EXPECT_EQ(interception_->Init(top_, lower_, bottom, nullptr, &lock_), STATUS_SUCCESS);
 }
 
 InterceptedDevice::~InterceptedDevice() {
@@ -89,7 +91,7 @@ InterceptedDevice::~InterceptedDevice() {
   delete interception_;
   IoDetachDevice(lower_);
   IoDeleteDevice(top_);
-  IoDeleteDevice(bottom_);
+  if (ownBottom_ != nullptr) IoDeleteDevice(ownBottom_);
 }
 
 NTSTATUS InterceptedDevice::Send(UCHAR major, ULONG ioControlCode, PVOID argument) {

@@ -72,7 +72,9 @@ struct LoadedServices {
 
 class InterceptedDevice {
  public:
+  /// Above a device of the test, which sends requests with Send, or above one that exists.
   InterceptedDevice();
+  explicit InterceptedDevice(PDEVICE_OBJECT bottom);
   ~InterceptedDevice();
   InterceptedDevice(const InterceptedDevice&) = delete;
   InterceptedDevice& operator=(const InterceptedDevice&) = delete;
@@ -103,7 +105,7 @@ class InterceptedDevice {
 
   zr::host::LoadedDriver bottomDriver_;
   zr::host::LoadedDriver topDriver_;
-  PDEVICE_OBJECT bottom_ = nullptr;
+  PDEVICE_OBJECT ownBottom_ = nullptr;
   PDEVICE_OBJECT top_ = nullptr;
   PDEVICE_OBJECT lower_ = nullptr;
   RemoveLock lock_;
