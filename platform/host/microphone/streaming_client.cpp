@@ -1,5 +1,6 @@
 #include "platform/host/microphone/streaming_client.h"
 
+#include <algorithm>
 #include <new>
 
 #include "platform/host/execution.h"
@@ -141,6 +142,42 @@ StreamingClient::Transfer& StreamingClient::WaitForTransfer() {
   return transfer;
 }
 
+// Takes every transfer back before their memory goes, also where an observer has thrown.
+class StreamingClient::TransfersInFlight {
+ public:
+  TransfersInFlight(StreamingClient& client, const StreamShape& shape) : client_(client) {
+    for (ULONG i = 0; i < shape.transfersInFlight; ++i) {
+      transfers_.push_back(std::make_unique<Transfer>(client, client.pipe_, client.packetSize_,
+                                                      shape.packetsPerTransfer));
+    }
+  }
+  ~TransfersInFlight() {
+    Cancel();
+    while (Any())
+      client_.WaitForTransfer();
+  }
+  TransfersInFlight(const TransfersInFlight&) = delete;
+  TransfersInFlight& operator=(const TransfersInFlight&) = delete;
+
+  void SubmitAll() {
+    for (const auto& transfer : transfers_)
+      client_.Submit(*transfer);
+  }
+  void Cancel() {
+    for (const auto& transfer : transfers_) {
+      if (transfer->isInFlight) IoCancelIrp(transfer->irp);
+    }
+  }
+  bool Any() const {
+    return std::ranges::any_of(transfers_,
+                               [](const auto& transfer) { return transfer->isInFlight; });
+  }
+
+ private:
+  StreamingClient& client_;
+  std::vector<std::unique_ptr<Transfer>> transfers_;
+};
+
 void StreamingClient::Collect(const Transfer& transfer, std::vector<UCHAR>& audio) {
   if (!transfer.HasSucceeded()) {
     ++counts_.failedTransfers;
@@ -162,31 +199,23 @@ void StreamingClient::Collect(const Transfer& transfer, std::vector<UCHAR>& audi
 std::vector<UCHAR> StreamingClient::Stream(const StreamShape& shape,
                                            const std::function<bool()>& isOver,
                                            const Observer& observer) {
-  std::vector<std::unique_ptr<Transfer>> transfers;
-  for (ULONG i = 0; i < shape.transfersInFlight; ++i) {
-    transfers.push_back(
-        std::make_unique<Transfer>(*this, pipe_, packetSize_, shape.packetsPerTransfer));
-  }
+  TransfersInFlight transfers(*this, shape);
   std::vector<UCHAR> audio;
-  for (const auto& transfer : transfers)
-    Submit(*transfer);
-  bool isEnding = false;
-  for (std::size_t inFlight = transfers.size(); inFlight > 0;) {
+  const auto takeOne = [&]() -> Transfer& {
     Transfer& transfer = WaitForTransfer();
     Collect(transfer, audio);
     if (observer) observer(transfer.Isoch());
-    if (!isEnding && isOver()) {
-      isEnding = true;
-      for (const auto& other : transfers) {
-        if (other->isInFlight) IoCancelIrp(other->irp);
-      }
-    }
-    if (isEnding) {
-      --inFlight;
-    } else {
-      Submit(transfer);
-    }
+    return transfer;
+  };
+  transfers.SubmitAll();
+  while (true) {
+    Transfer& transfer = takeOne();
+    if (isOver()) break;
+    Submit(transfer);
   }
+  transfers.Cancel();
+  while (transfers.Any())
+    takeOne();
   return audio;
 }
 

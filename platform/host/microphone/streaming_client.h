@@ -38,6 +38,9 @@ class StreamingClient {
   /// pipes: of the alternate setting, 0 or 1. With one, Stream uses it.
   NTSTATUS SelectInterface(UCHAR interfaceNumber, UCHAR alternateSetting, ULONG pipes);
 
+  /// Sends any URB, waits until it is back, and gives the status of its request.
+  NTSTATUS Send(PURB urb);
+
   /// Looks at a transfer that has come back, before it is sent again.
   using Observer = std::function<void(const _URB_ISOCH_TRANSFER& transfer)>;
 
@@ -50,9 +53,9 @@ class StreamingClient {
 
  private:
   class Transfer;
+  class TransfersInFlight;
 
   static NTSTATUS NTAPI TakeBack(PDEVICE_OBJECT device, PIRP irp, PVOID context);
-  NTSTATUS Send(PURB urb);
   void Submit(Transfer& transfer);
   Transfer& WaitForTransfer();
   void Collect(const Transfer& transfer, std::vector<UCHAR>& audio);
