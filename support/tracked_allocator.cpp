@@ -44,15 +44,17 @@ struct BlockList {
 
 struct SizeClass {
   ULONG IsUsed = 1;  ///< 0 sends the class's requests to the pool.
-  PAGED_LOOKASIDE_LIST Paged;
-  NPAGED_LOOKASIDE_LIST NonPaged;
+  PAGED_LOOKASIDE_LIST Paged = {};
+  NPAGED_LOOKASIDE_LIST NonPaged = {};
 };
 
 KSPIN_LOCK nonPagedLock;
 KMUTEX pagedMutex;
 BlockList nonPagedBlocks;
 BlockList pagedBlocks;
-SizeClass sizeClasses[kClassCount];
+// No static constructor: nothing runs one in the kernel, and elsewhere it can come after the first
+// use.
+constinit SizeClass sizeClasses[kClassCount];
 // Not guarded: two requests at once may lose the larger.
 std::atomic<ULONG> largestRequest;
 

@@ -11,17 +11,19 @@ bool IsoPackets::IsFailed(const USBD_ISO_PACKET_DESCRIPTOR& packet) const {
 }
 
 void IsoPackets::Gather(PUCHAR buffer, ULONG size, Gathered& gathered) const {
+  ULONG total = gathered.total;
   for (ULONG i = 0; i < transfer_.NumberOfPackets; ++i) {
-    const USBD_ISO_PACKET_DESCRIPTOR& packet = transfer_.IsoPacket[i];
+    const USBD_ISO_PACKET_DESCRIPTOR packet = transfer_.IsoPacket[i];
     if (IsFailed(packet) || packet.Length == 0) continue;
-    if (ULONGLONG{gathered.total} + packet.Length > size) {
+    if (ULONGLONG{total} + packet.Length > size) {
       gathered.overrun = i;
-      return;
+      break;
     }
-    std::memcpy(buffer + gathered.total, Bytes() + packet.Offset, packet.Length);
-    gathered.total += packet.Length;
+    std::memcpy(buffer + total, Bytes() + packet.Offset, packet.Length);
+    total += packet.Length;
     ++gathered.good;
   }
+  gathered.total = total;
 }
 
 void IsoPackets::Scatter(const UCHAR* buffer, ULONG length, ULONG share) {
@@ -31,7 +33,8 @@ void IsoPackets::Scatter(const UCHAR* buffer, ULONG length, ULONG share) {
     if (IsFailed(packet)) continue;
     packet.Offset = offset;
     packet.Length = std::min(share, length - offset);
-    std::memcpy(Bytes() + offset, buffer + offset, packet.Length);
     offset += packet.Length;
   }
+  // The shares lie one behind the other on both sides.
+  std::memcpy(Bytes(), buffer, offset);
 }
