@@ -183,6 +183,11 @@ void CUSBIRPs::CompleteSelectConfiguration(PUSB_CONFIGURATION_DESCRIPTOR descrip
       m_pConfigDescriptor = new (NonPagedPool) UCHAR[length];
       if (m_pConfigDescriptor != nullptr) {
         std::memcpy(m_pConfigDescriptor, descriptor, length);
+        // The walk takes its end from the copy, whose size this is, whatever was copied.
+        if (length >= kShortestWalk) {
+          std::memcpy(m_pConfigDescriptor + offsetof(USB_CONFIGURATION_DESCRIPTOR, wTotalLength),
+                      &length, sizeof(length));
+        }
         g_USBIrpsLog.Log(3, "CUSBIRPs::CompletionRoutine> Got new descriptor!\n");
       }
     }

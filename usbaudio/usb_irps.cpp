@@ -17,6 +17,9 @@ constexpr ULONG Tag(const char (&text)[5]) {
 
 }  // namespace
 
+// What the tracked allocator aligns for.
+static_assert(alignof(CUSBIRPs) <= alignof(void*));
+
 void* CUSBIRPs::operator new(std::size_t size, POOL_TYPE poolType) noexcept {
   return PoolAllocTracked(poolType, size);
 }
@@ -82,7 +85,8 @@ CUSBIRPs::~CUSBIRPs() {
   if (m_pAltSetFormats != nullptr) PoolFreeTracked(m_pAltSetFormats);
   m_pAltSetFormats = nullptr;
   ExDeleteNPagedLookasideList(&m_IrpContextList);
-  delete m_pCPOPS;
+  // NOLINTNEXTLINE(readability-delete-null-pointer): the tracked delete takes no null.
+  if (m_pCPOPS != nullptr) delete m_pCPOPS;
   m_pCPOPS = nullptr;
   if (m_pIsoBuffer != nullptr) PoolFreeTracked(m_pIsoBuffer);
   m_pIsoBuffer = nullptr;

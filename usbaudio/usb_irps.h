@@ -96,7 +96,7 @@ class CUSBIRPs {
   ULONG m_ulChannels;
   ULONG m_ulSamplesPerSecond;
   ULONG m_ulBitsPerSample;
-  KSPIN_LOCK m_DataLock;    // Guards all below, and the filter.
+  KSPIN_LOCK m_DataLock;    // Guards the format, all below, and the filter.
   PUCHAR m_pIsoBuffer;      // Owned; while it is null no audio is touched.
   ULONG m_ulIsoBufferSize;  // 40 ms of the selected format.
   UCHAR m_ucHeldByte;
