@@ -40,7 +40,6 @@ void CaptureCopy::Finish() {
 void CaptureCopy::WriteHeld() {
   if (!isHolding_) return;
   isHolding_ = false;
-  isoch_.reset();
   dump_.Write(header_, bytes_);
 }
 

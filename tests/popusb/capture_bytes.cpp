@@ -28,7 +28,8 @@ class UsbmonRecorder : public RecorderModel {
       payload.Put(packet.status).Put(packet.offset).Put(packet.length).Put(uint32_t{0});
     payload.Put(isoch.data);
     const Bytes counts = ByteWriter{order_}.Put(uint32_t{0}).Put(count).bytes;
-    return Record({9, 'C', 0, isoch.endpoint, isoch.status, '-', counts, count}, payload.bytes);
+    const char event = isoch.isSubmission ? 'S' : 'C';
+    return Record({9, event, 0, isoch.endpoint, isoch.status, '-', counts, count}, payload.bytes);
   }
 
   Bytes Other(uint64_t id) const override {
@@ -83,7 +84,8 @@ class UsbpcapRecorder : public RecorderModel {
     extra.Put(uint32_t{77}).Put(static_cast<uint32_t>(isoch.packets.size())).Put(uint32_t{0});
     for (const auto& packet : isoch.packets)
       extra.Put(packet.offset).Put(packet.length).Put(packet.status);
-    return Record({9, isoch.status, 1, isoch.endpoint, 0}, extra.bytes, isoch.data);
+    const uint8_t info = isoch.isSubmission ? 0 : 1;
+    return Record({9, isoch.status, info, isoch.endpoint, 0}, extra.bytes, isoch.data);
   }
 
   Bytes Other(uint64_t id) const override { return Record({id, 0, 1, 0x82, 3}, {}, {1, 2, 3}); }

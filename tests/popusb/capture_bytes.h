@@ -39,6 +39,7 @@ struct Isoch {
   int32_t status = 0;
   std::vector<popusb::IsochPacket> packets;
   Bytes data;
+  bool isSubmission = false;
 };
 
 /// A recorder of transfers; every transfer is of device 5 on bus 2.

@@ -23,15 +23,15 @@ const Isoch kCleaned = {.packets = {{0, 2, 0}, {2, 0, -18}, {2, 4, 0}},
 struct CopyRow {
   const char* name;
   uint32_t linkType;
-  std::shared_ptr<RecorderModel> recorder;
   bool hasNanoseconds;
+  std::shared_ptr<RecorderModel> recorder;
 };
 
 const CopyRow kRows[] = {
-    {"usbmon 48", 189, Usbmon(48), false},
-    {"usbmon 64", 220, Usbmon(64), false},
-    {"usbmon 64, nanoseconds", 220, Usbmon(64), true},
-    {"USBPcap", 249, Usbpcap(), false},
+    {"usbmon 48", 189, false, Usbmon(48)},
+    {"usbmon 64", 220, false, Usbmon(64)},
+    {"usbmon 64, nanoseconds", 220, true, Usbmon(64)},
+    {"USBPcap", 249, false, Usbpcap()},
 };
 
 Bytes FileWith(const CopyRow& row, const Isoch& second) {

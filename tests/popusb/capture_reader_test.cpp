@@ -55,7 +55,7 @@ Conversation Converse(const RecorderModel& recorder) {
   complete(2, true, {9, 2, 0x40, 0});
   expect("descriptor 09024000");
   add(recorder.Submit(2, kGetConfiguration));
-  complete(2, false, {});
+  complete(2, false, {9, 2});
   add(recorder.Submit(2, kGetConfiguration));
   complete(2, true, {});
   add(recorder.Submit(3, kSetConfiguration));
@@ -69,7 +69,11 @@ Conversation Converse(const RecorderModel& recorder) {
   add(recorder.Receive({.endpoint = 0x01, .packets = {{0, 4, 0}}, .data = {}}));
   add(recorder.Receive({.status = -104, .packets = {{0, 0, -18}}, .data = {}}));
   expect("isoch 81, status -104, 0+0:-18, data ");
-  // A bulk transfer has taken the name of the request.
+  add(recorder.Receive({.packets = {{0, 8, -18}}, .data = {}, .isSubmission = true}));
+  // Another request has taken the name of the first, a bulk transfer that of the second.
+  add(recorder.Submit(5, kSetConfiguration));
+  add(recorder.Submit(5, kGetDevice));
+  complete(5, true, {18, 1});
   add(recorder.Submit(5, kSetConfiguration));
   add(recorder.Other(5));
   complete(5, true, {});

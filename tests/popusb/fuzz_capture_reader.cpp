@@ -56,27 +56,28 @@ std::vector<Recorded> RecordsOf(const RecorderModel& recorder, const uint8_t* da
     Bytes bytes = SoundRecord(recorder, data[0]);
     for (const std::size_t i : {2, 4})
       bytes[data[i] % bytes.size()] = data[i + 1];
-    const std::size_t cutOff = std::min<std::size_t>(data[1] / 2, bytes.size());
-    if (data[1] % 2 != 0) bytes.resize(bytes.size() - cutOff);
-    records.push_back({std::move(bytes), data[1] % 2 != 0 ? cutOff : 0});
+    const std::size_t cutOff =
+        data[1] % 2 == 0 ? 0 : std::min<std::size_t>(data[1] / 2, bytes.size());
+    bytes.resize(bytes.size() - cutOff);
+    records.push_back({std::move(bytes), cutOff});
   }
   return records;
 }
 
 struct Kind {
   uint32_t linkType;
-  std::unique_ptr<RecorderModel> recorder;
   ByteOrder order;
+  std::unique_ptr<RecorderModel> recorder;
 };
 
 Bytes CaptureOf(const uint8_t* data, std::size_t size) {
   static const Kind kKinds[] = {
-      {189, zr::test::Usbmon(48), ByteOrder::kLittle},
-      {189, zr::test::Usbmon(48, ByteOrder::kBig), ByteOrder::kBig},
-      {220, zr::test::Usbmon(64), ByteOrder::kLittle},
-      {220, zr::test::Usbmon(64, ByteOrder::kBig), ByteOrder::kBig},
-      {249, zr::test::Usbpcap(), ByteOrder::kLittle},
-      {249, zr::test::Usbpcap(true), ByteOrder::kBig},
+      {189, ByteOrder::kLittle, zr::test::Usbmon(48)},
+      {189, ByteOrder::kBig, zr::test::Usbmon(48, ByteOrder::kBig)},
+      {220, ByteOrder::kLittle, zr::test::Usbmon(64)},
+      {220, ByteOrder::kBig, zr::test::Usbmon(64, ByteOrder::kBig)},
+      {249, ByteOrder::kLittle, zr::test::Usbpcap()},
+      {249, ByteOrder::kBig, zr::test::Usbpcap(true)},
   };
   if (size == 0) return {};
   const std::size_t choice = data[0] % (2 * std::size(kKinds) + 1);
