@@ -1,6 +1,9 @@
 // The states of the hook table, and the registration of debug modules.
 #include "support/perf_hooks.h"
 
+#include "support/instrumentation/connection.h"
+#include "support/instrumentation/driver_wrap.h"
+
 PerfHookTable PerfHooks;
 ModuleTableEntry ModuleTable[kMostModules];
 LONG ModuleCount = 0;
@@ -8,17 +11,17 @@ std::atomic<ULONG> g_ulDisablePopFilter = 0;
 
 namespace {
 
+// Slots from the sink on belong to the service.
 template <typename Change>
-void ForEachHook(Change change) {
-  auto& [attach, detach, hookDriver, unhookDriver, registerModule, debugSink, timerStart, timerStop,
-         timerReset, counterAdd, counterSet, setName, spanStart, spanStop, spanReset, spanName,
-         spanAdd, spanSet, modeCall1, modeCall2, registerGlobalFlag, modeCall4, modeQuery,
-         modeReserved, modeEnableStat] = PerfHooks;
-  const auto changeAll = [&](auto&... hooks) { (change(hooks), ...); };
-  changeAll(attach, detach, hookDriver, unhookDriver, registerModule, debugSink, timerStart,
-            timerStop, timerReset, counterAdd, counterSet, setName, spanStart, spanStop, spanReset,
-            spanName, spanAdd, spanSet, modeCall1, modeCall2, registerGlobalFlag, modeCall4,
-            modeQuery, modeReserved, modeEnableStat);
+void ForEachServiceHook(Change change) {
+  PerfHookTable& table = PerfHooks;
+  const auto changeAll = [&change](auto&... hooks) { (change(hooks), ...); };
+  changeAll(table.PerfDebugSink, table.PerfTimerStart, table.PerfTimerStop, table.PerfTimerReset,
+            table.PerfCounterAdd, table.PerfCounterSet, table.PerfSetName, table.PerfSpanStart,
+            table.PerfSpanStop, table.PerfSpanReset, table.PerfSpanName, table.PerfSpanAdd,
+            table.PerfSpanSet, table.PerfModeCall1, table.PerfModeCall2,
+            table.PerfRegisterGlobalFlag, table.PerfModeCall4, table.PerfModeQuery,
+            table.PerfModeReserved, table.PerfModeEnableStat);
 }
 
 LONG RegisterModule(const char* tag, ULONG level, DbgSetModuleStateRoutine callback) {
@@ -34,23 +37,38 @@ LONG RegisterModule(const char* tag, ULONG level, DbgSetModuleStateRoutine callb
   return count - 1;
 }
 
-void ForgetModules() {
+void ForgetState() {
   for (ModuleTableEntry& entry : ModuleTable)
     entry = {};
   InterlockedExchange(&ModuleCount, 0);
+  ConnectionInit();
+  DriverWrapInit();
 }
 
 }  // namespace
 
 void PerfHooksInit() {
-  ForEachHook([](auto& hook) { hook.SetIdle(); });
+  PerfHooks.PerfAttach.Set(&AttachToService);
+  PerfHooks.PerfDetach.Set(&DetachFromService);
+  PerfHooks.PerfHookDriver.Set(&WrapDriver);
+  PerfHooks.PerfUnhookDriver.Set(&UnwrapDriver);
   PerfHooks.PerfRegisterModule.Set(&RegisterModule);
-  ForgetModules();
+  SetServiceHooksIdle();
+  ForgetState();
   // As after a load; a host process may load the driver more than once.
   g_ulDisablePopFilter.store(0, std::memory_order_relaxed);
 }
 
+void SetServiceHooksIdle() {
+  ForEachServiceHook([](auto& hook) { hook.SetIdle(); });
+}
+
 void PerfHooksShutdown() {
-  ForEachHook([](auto& hook) { hook.SetStop(); });
-  ForgetModules();
+  PerfHooks.PerfAttach.SetStop();
+  PerfHooks.PerfDetach.SetStop();
+  PerfHooks.PerfHookDriver.SetStop();
+  PerfHooks.PerfUnhookDriver.SetStop();
+  PerfHooks.PerfRegisterModule.SetStop();
+  ForEachServiceHook([](auto& hook) { hook.SetStop(); });
+  ForgetState();
 }

@@ -109,7 +109,10 @@ extern LONG ModuleCount;
 /// Non-zero makes the interception refuse isochronous transfers. Read without a lock.
 extern std::atomic<ULONG> g_ulDisablePopFilter;
 
-/// Makes every hook idle and forgets the modules. First of all at load. PASSIVE_LEVEL.
+/// Sets the driver's own hooks, makes the service's idle, and forgets the modules. First of all at
+/// load. PASSIVE_LEVEL.
 void PerfHooksInit();
+/// Makes the service's hooks idle: all from the debug sink on.
+void SetServiceHooksIdle();
 /// Makes every hook stop the system. Last of all at unload. PASSIVE_LEVEL.
 void PerfHooksShutdown();

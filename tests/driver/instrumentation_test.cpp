@@ -1,0 +1,237 @@
+// The connection to an instrumentation service: who connects, what arrives, and that nothing
+// reaches the service once it has been left.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "apps/instrumentation/service.h"
+#include "driver/driver_entry.h"
+#include "platform/host/control/pool_control.h"
+#include "platform/host/control/registry_control.h"
+#include "platform/host/microphone/streaming_client.h"
+#include "platform/host/microphone/usb_microphone.h"
+#include "support/debug_log.h"
+#include "support/instrumentation/perf_items.h"
+#include "support/instrumentation/stack_interface.h"
+#include "support/perf_hooks.h"
+#include "support/tracked_new.h"
+
+using zr::host::LoadedDriver;
+using zr::host::StreamingClient;
+using zr::host::UsbMicrophone;
+using zr::instrumentation::Answers;
+using zr::instrumentation::Service;
+
+namespace {
+
+// Silence without end.
+std::size_t Silence(UCHAR* room, std::size_t size) {
+  std::fill_n(room, size, UCHAR{0});
+  return size;
+}
+
+// A microphone with a service on its stack, and the filter above once it is admitted.
+struct Device {
+  explicit Device(LoadedDriver& driver, const Answers& answers = {}, ULONG perfMode = 1)
+      : microphone(&Silence, {}), service(microphone.PhysicalDevice()), driver_(driver) {
+    service.SetAnswers(answers);
+    zr::host::SetRegistryDword(zr::host::HardwareKeyPath(Pdo()), u"ZRPerfMode", perfMode);
+  }
+  PDEVICE_OBJECT Pdo() { return microphone.PhysicalDevice(); }
+  void Admit() { EXPECT_EQ(driver_.AddDevice(Pdo()), STATUS_SUCCESS); }
+  void Start() { zr::host::SendPnpRequest(Pdo(), IRP_MN_START_DEVICE); }
+  void Remove() { zr::host::SendPnpRequest(Pdo(), IRP_MN_REMOVE_DEVICE); }
+
+  // Transfers that the driver takes, which report to the statistic of the filter's time.
+  void Hear(int transfers) {
+    PDEVICE_OBJECT const top = IoGetAttachedDeviceReference(Pdo());
+    ObDereferenceObject(top);
+    StreamingClient client(top);
+    client.SelectConfiguration(zr::host::CameraConfiguration());
+    client.SelectInterface(zr::host::kMicrophoneInterface, 6, 1);
+    int heard = 0;
+    client.Stream({1, 10}, [&] { return ++heard == transfers; });
+  }
+
+  UsbMicrophone microphone;
+  Service service;
+
+ private:
+  LoadedDriver& driver_;
+};
+
+class Instrumentation : public testing::Test {
+ protected:
+  ~Instrumentation() override {
+    driver_.Unload();
+    EXPECT_EQ(zr::host::PoolLeakReport(), "");
+    zr::host::ClearRegistry();
+  }
+  LoadedDriver driver_{&DriverEntry};
+};
+
+TEST_F(Instrumentation, StatisticsArriveAsTheyWereSent) {
+  Device device(driver_);
+  device.Admit();
+  EXPECT_EQ(device.service.Modules(), (std::vector<std::string>{"DrvMain", "Device", "ZDebug",
+                                                                "Registry", "OSDep", "USBIrps"}));
+  device.Hear(7);
+  const auto filter = device.service.Statistics()[kStatFilterTime];
+  EXPECT_EQ(filter.name, "% Time spent in POPS Filter");
+  EXPECT_EQ(filter.intervals, 7U);
+  const auto before = device.service.Statistics()[kStatNonPagedBytes].value;
+  auto* const block = new (NonPagedPool) UCHAR[100];
+  EXPECT_GT(device.service.Statistics()[kStatNonPagedBytes].value, before);
+  PoolFreeTracked(block);
+  EXPECT_EQ(device.service.Statistics()[kStatNonPagedBytes].value, before);
+  device.Remove();
+  EXPECT_EQ(device.service.References(), 0);
+}
+
+TEST_F(Instrumentation, LinesComeWithTheirModule) {
+  Device device(driver_);
+  device.Admit();
+  std::vector<std::string> lines;
+  device.service.SetLineSink([&](const std::string& module, ULONG level, const char* line) {
+    lines.push_back(module + " " + std::to_string(level) + " " + line);
+  });
+  zr::host::SendRequest(device.Pdo(), IRP_MJ_CREATE);
+  device.service.SetLineSink({});
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines.back(),
+            "Device 3 ZRPOPFLT.Device: CDevice::DispatchPassThrough> Passing through...\n");
+  device.Remove();
+}
+
+// Any subset connects; the third interface is asked for in mode 1 alone.
+TEST_F(Instrumentation, WhatConnectsFollowsFromTheAnswersAndTheMode) {
+  const struct {
+    const char* name;
+    Answers answers;
+    ULONG perfMode;
+    int references;
+    bool hasStatistics;
+    bool hasFlag;
+  } rows[] = {
+      {"all", {}, 1, 3, true, true},
+      {"mode 0", {}, 0, 2, true, false},
+      {"mode 2", {}, 2, 2, true, false},
+      {"statistics alone", {.debug = false, .mode = false}, 1, 1, true, false},
+      {"lines alone", {.statistics = false, .mode = false}, 1, 1, false, false},
+      {"nothing", {.statistics = false, .debug = false, .mode = false}, 1, 0, false, false},
+      {"no tables", {.tablesFail = true}, 1, 3, false, false},
+  };
+  for (const auto& row : rows) {
+    Device device(driver_, row.answers, row.perfMode);
+    device.Admit();
+    EXPECT_EQ(device.service.References(), row.references) << row.name;
+    EXPECT_EQ(!device.service.Statistics().empty(), row.hasStatistics) << row.name;
+    EXPECT_EQ(device.service.SetFlag("POP Filter Disabler", 0), row.hasFlag) << row.name;
+    device.Remove();
+    EXPECT_EQ(device.service.References(), 0) << row.name;
+  }
+}
+
+TEST_F(Instrumentation, AServiceThatComesLateIsFoundAtTheStart) {
+  Device device(driver_, {.statistics = false, .debug = false, .mode = false});
+  device.Admit();
+  device.service.SetAnswers({});
+  EXPECT_EQ(device.service.References(), 0);
+  device.Start();
+  EXPECT_EQ(device.service.References(), 3);
+  device.Remove();
+}
+
+TEST_F(Instrumentation, OneDeviceOwnsItAndTheRemovalOfAnyEndsIt) {
+  Device first(driver_);
+  Device second(driver_);
+  first.Admit();
+  second.Admit();
+  EXPECT_EQ(first.service.References(), 3);
+  EXPECT_EQ(second.service.References(), 0);
+  second.Remove();
+  EXPECT_EQ(first.service.References(), 0);
+  first.Start();
+  EXPECT_EQ(first.service.References(), 3) << "it connects again at its next start";
+  first.Remove();
+}
+
+TEST_F(Instrumentation, TheFlagActsFromTheNextTransferOn) {
+  Device device(driver_);
+  device.Admit();
+  const auto timed = [&device] { return device.service.Statistics()[kStatFilterTime].intervals; };
+  device.Hear(3);
+  EXPECT_EQ(timed(), 3U);
+  ASSERT_TRUE(device.service.SetFlag("POP Filter Disabler", 1));
+  device.Hear(3);
+  EXPECT_EQ(timed(), 0U) << "the selection starts the statistic again, and no transfer reaches it";
+  ASSERT_TRUE(device.service.SetFlag("POP Filter Disabler", 0));
+  device.Hear(2);
+  EXPECT_EQ(timed(), 2U);
+  OnChangeGlobalFlagHandler(&g_ulDisablePopFilter, 1, 5);
+  OnChangeGlobalFlagHandler(nullptr, 0, 5);
+  EXPECT_EQ(g_ulDisablePopFilter, 0U) << "another flag, and no place for the value";
+  device.Remove();
+}
+
+TEST_F(Instrumentation, HeldInterfacesAreKnown) {
+  Device device(driver_);
+  StackInterface stranger = {};
+  PerfDebugInterface table = {};
+  EXPECT_EQ(StackInterfaceAcquire(device.Pdo(), nullptr, &kDebugInterface), 3U);
+  EXPECT_EQ(StackInterfaceRelease(&stranger), 2U);
+  EXPECT_EQ(StackInterfaceGetTable(&stranger, &table, sizeof(table)), 2U);
+  StackInterface* held = nullptr;
+  {
+    const zr::host::FailNthAllocation failure(1);
+    EXPECT_EQ(StackInterfaceAcquire(device.Pdo(), &held, &kDebugInterface), 5U);
+  }
+  zr::host::FailIrpAllocations(1);
+  EXPECT_EQ(StackInterfaceAcquire(device.Pdo(), &held, &kDebugInterface), 6U);
+  EXPECT_EQ(held, nullptr);
+  ASSERT_EQ(StackInterfaceAcquire(device.Pdo(), &held, &kDebugInterface), 0U);
+  EXPECT_EQ(StackInterfaceGetTable(held, nullptr, sizeof(table)), 3U);
+  EXPECT_EQ(device.service.References(), 1);
+  // One that is still held is given up at unload.
+  driver_.Unload();
+  EXPECT_EQ(device.service.References(), 0);
+}
+
+// Reports from several threads while the connection comes and goes: each reaches a live table or
+// nothing at all.
+TEST_F(Instrumentation, ReportsMeetALiveTableOrNone) {
+  Device device(driver_);
+  device.Admit();
+  std::atomic<bool> isOver = false;
+  std::vector<std::thread> reporters;
+  for (int i = 0; i < 3; ++i) {
+    reporters.emplace_back([&isOver] {
+      while (!isOver) {
+        PerfHooks.PerfCounterAdd(1, 1, 0);
+        g_DeviceLog.Log(3, "line\n");
+      }
+    });
+  }
+  std::thread other([&] {
+    while (!isOver)
+      PerfHooks.PerfAttach(device.Pdo(), device.Pdo()->AttachedDevice, device.Pdo());
+  });
+  for (int round = 0; round < 1000; ++round) {
+    PerfHooks.PerfDetach();
+    PerfHooks.PerfAttach(device.Pdo(), device.Pdo()->AttachedDevice, device.Pdo());
+    EXPECT_EQ(device.service.References(), 3);
+  }
+  isOver = true;
+  other.join();
+  for (auto& reporter : reporters)
+    reporter.join();
+  device.Remove();
+  EXPECT_EQ(device.service.References(), 0);
+}
+
+}  // namespace
