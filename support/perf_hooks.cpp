@@ -38,8 +38,12 @@ LONG RegisterModule(const char* tag, ULONG level, DbgSetModuleStateRoutine callb
 }
 
 void ForgetState() {
-  for (ModuleTableEntry& entry : ModuleTable)
-    entry = {};
+  for (ModuleTableEntry& entry : ModuleTable) {
+    entry.ServiceHandle.store(0, std::memory_order_relaxed);
+    entry.Name = nullptr;
+    entry.Level = 0;
+    entry.Callback = nullptr;
+  }
   InterlockedExchange(&ModuleCount, 0);
   ConnectionInit();
   DriverWrapInit();

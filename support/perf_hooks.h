@@ -96,7 +96,8 @@ inline constexpr ULONG kStatFilterTime = 9;
 
 /// A debug module as the service sees it, which gets the table by address: the layout is its.
 struct ModuleTableEntry {
-  ULONG_PTR ServiceHandle;  ///< Written by the service; goes back to it with every line.
+  /// Written by the service, also while lines are on their way; goes back to it with every line.
+  std::atomic<ULONG_PTR> ServiceHandle;
   const char* Name;
   ULONG Level;
   DbgSetModuleStateRoutine Callback;

@@ -1,21 +1,17 @@
 // The pool and the lookaside lists of the host kernel: blocks, guard bytes, leaks, failures on
 // demand, and that each misuse stops the system.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <functional>
 #include <set>
 #include <string>
-#include <thread>
-#include <vector>
 
-#include "platform/host/control/debug_control.h"
 #include "platform/host/control/execution_control.h"
 #include "platform/host/control/pool_control.h"
 #include "platform/host/pool.h"
+#include "tests/platform/bug_checks.h"
 
 using namespace zr::host;
+using namespace zr::test;
+using enum BugCheck;
 using testing::HasSubstr;
 
 namespace {
@@ -24,17 +20,6 @@ constexpr ULONG kTag = 0x74736554;  // "Test"
 
 unsigned char* Allocate(SIZE_T byteCount, ULONG tag = kTag, POOL_TYPE type = NonPagedPool) {
   return static_cast<unsigned char*>(ExAllocatePoolWithTag(type, byteCount, tag));
-}
-
-void ExpectBugCheck(BugCheck code, const char* message, const std::function<void()>& run) {
-  const ExpectedBugCheck expected;
-  try {
-    run();
-    ADD_FAILURE() << message << ": nothing stopped it";
-  } catch (const BugCheckError& error) {
-    EXPECT_EQ(error.Code(), static_cast<ULONG>(code)) << error.what();
-    EXPECT_THAT(error.what(), HasSubstr(message));
-  }
 }
 
 // Every test gives back all that it took.
@@ -50,9 +35,8 @@ TEST_F(Pool, BlocksAreAlignedApartAndFullOfGarbage) {
     unsigned char* const block = Allocate(size);
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % (2 * sizeof(PVOID)), 0u);
-    for (SIZE_T i = 0; i < size; ++i) {
+    for (SIZE_T i = 0; i < size; ++i)
       ASSERT_NE(block[i], 0) << "byte " << i << " of " << size;
-    }
     std::memset(block, static_cast<int>(size), size);
     blocks.push_back(block);
   }
@@ -66,18 +50,15 @@ TEST_F(Pool, BlocksAreAlignedApartAndFullOfGarbage) {
 TEST_F(Pool, GuardBytesFindEveryByteWrittenBesideABlock) {
   constexpr SIZE_T kSize = 21;
   unsigned char* const block = Allocate(kSize);
-  struct Row {
-    std::ptrdiff_t offset;
-    const char* message;
-  };
-  for (const auto& [offset, message] :
-       {Row{-1, "in front of the block of 21 bytes with the tag \"Test\""}, Row{-16, "in front of"},
-        Row{kSize, "behind the block of 21 bytes"}, Row{kSize + 15, "behind"}}) {
-    unsigned char& beside = block[offset];
-    const unsigned char old = beside;
-    beside ^= 1;
-    ExpectBugCheck(BugCheck::kBadPoolHeader, message, [&] { ExFreePool(block); });
-    beside = old;
+  const std::pair<std::ptrdiff_t, const char*> writes[] = {
+      {-1, "in front of the block of 21 bytes with the tag \"Test\""},
+      {-16, "in front of"},
+      {kSize, "behind the block of 21 bytes"},
+      {kSize + 15, "behind"}};
+  for (const auto& [offset, text] : writes) {
+    block[offset] ^= 1;
+    ExpectBugChecks({{"a write beside", kBadPoolHeader, text, [&] { ExFreePool(block); }}});
+    block[offset] ^= 1;
   }
   ExFreePool(block);
 }
@@ -85,27 +66,21 @@ TEST_F(Pool, GuardBytesFindEveryByteWrittenBesideABlock) {
 TEST_F(Pool, MisusesStopTheSystem) {
   unsigned char* const block = Allocate(8);
   unsigned char* const paged = Allocate(8, kTag, PagedPool);
-  ExpectBugCheck(BugCheck::kBadPoolCaller, "no block is out", [&] { ExFreePool(block + 1); });
-  ExpectBugCheck(BugCheck::kBadPoolCaller, "no block is out", [] { ExFreePool(nullptr); });
-  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "ExFreePool of paged pool", [&] {
-    KfRaiseIrql(DISPATCH_LEVEL);
-    ExFreePool(paged);
+  ExpectBugChecks({
+      {"freeing inside", kBadPoolCaller, "no block is out", [&] { ExFreePool(block + 1); }},
+      {"freeing null", kBadPoolCaller, "no block is out", [] { ExFreePool(nullptr); }},
+      {"freeing paged pool", kIrqlNotLessOrEqual, "ExFreePool of paged pool",
+       [&] { ExFreePool(paged); }, DISPATCH_LEVEL},
+      {"taking paged pool", kIrqlNotLessOrEqual, "ExAllocatePoolWithTag for paged pool",
+       [] { Allocate(8, kTag, PagedPool); }, DISPATCH_LEVEL},
+      {"taking any", kIrqlNotLessOrEqual, "for non-paged pool", [] { Allocate(8); }, HIGH_LEVEL},
+      {"0 bytes", kDriverVerifierDetectedViolation, "0 bytes, tag \"Test\"", [] { Allocate(0); }},
+      {"no tag", kBadPoolCaller, "a tag of 0", [] { Allocate(8, 0); }},
   });
-  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "ExAllocatePoolWithTag for paged pool", [] {
-    KfRaiseIrql(DISPATCH_LEVEL);
-    Allocate(8, kTag, PagedPool);
-  });
-  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "for non-paged pool", [] {
-    KfRaiseIrql(HIGH_LEVEL);
-    Allocate(8);
-  });
-  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "0 bytes, tag \"Test\"",
-                 [] { Allocate(0); });
-  ExpectBugCheck(BugCheck::kBadPoolCaller, "a tag of 0", [] { Allocate(8, 0); });
   ExFreePool(paged);
   const AtIrql atDispatch(DISPATCH_LEVEL);
   ExFreePool(block);
-  ExpectBugCheck(BugCheck::kBadPoolCaller, "freed twice", [&] { ExFreePool(block); });
+  ExpectBugChecks({{"twice", kBadPoolCaller, "freed twice", [&] { ExFreePool(block); }}});
 }
 
 TEST_F(Pool, LeaksAreReportedByTag) {
@@ -115,9 +90,8 @@ TEST_F(Pool, LeaksAreReportedByTag) {
   EXPECT_EQ(PoolInUse().bytes, 35u);
   EXPECT_THAT(PoolLeakReport(), HasSubstr("Test: 2 blocks, 30 bytes\n"));
   EXPECT_THAT(PoolLeakReport(), HasSubstr("O?th: 1 blocks, 5 bytes\n"));
-  for (unsigned char* const block : blocks) {
+  for (unsigned char* const block : blocks)
     ExFreePool(block);
-  }
 }
 
 // Which of the next allocations fail.
@@ -186,14 +160,12 @@ TEST_F(Lookaside, ItKeepsAsManyBlocksAsItIsDeep) {
   for (const auto& [depth, kept] : {std::pair<USHORT, std::size_t>{1, 1}, {3, 3}, {0, 16}}) {
     List list(depth);
     std::set<unsigned char*> blocks;
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
       blocks.insert(list.Take());
-    }
     EXPECT_EQ(blocks.size(), 20u);
     EXPECT_EQ(PoolInUse().blocks, 20u);
-    for (unsigned char* const block : blocks) {
+    for (unsigned char* const block : blocks)
       list.Give(block);
-    }
     EXPECT_EQ(PoolInUse().blocks, kept);
     // What is kept is given out without the pool, and a failing pool shows only behind it.
     const FailNthAllocation next(1);
@@ -204,9 +176,8 @@ TEST_F(Lookaside, ItKeepsAsManyBlocksAsItIsDeep) {
     }
     EXPECT_FALSE(next.HasFailed());
     EXPECT_EQ(list.Take(), nullptr);
-    for (unsigned char* const block : again) {
+    for (unsigned char* const block : again)
       list.Give(block);
-    }
   }
 }
 
@@ -232,9 +203,8 @@ TEST_F(Lookaside, ItUsesTheRoutinesOfItsOwner) {
       0, 64, kTag, 1);
   void* const blocks[] = {ExAllocateFromPagedLookasideList(&list),
                           ExAllocateFromPagedLookasideList(&list)};
-  for (void* const block : blocks) {
+  for (void* const block : blocks)
     ExFreeToPagedLookasideList(&list, block);
-  }
   EXPECT_EQ(allocated, 2);
   EXPECT_EQ(freed, 1);
   ExDeletePagedLookasideList(&list);
@@ -244,28 +214,31 @@ TEST_F(Lookaside, ItUsesTheRoutinesOfItsOwner) {
 TEST_F(Lookaside, MisusesStopTheSystem) {
   NPAGED_LOOKASIDE_LIST raw = {};
   PAGED_LOOKASIDE_LIST paged;
-  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "not initialised",
-                 [&] { ExAllocateFromNPagedLookasideList(&raw); });
   ExInitializePagedLookasideList(&paged, nullptr, nullptr, 0, 32, kTag, 0);
-  ExpectBugCheck(BugCheck::kIrqlNotLessOrEqual, "ExAllocateFromPagedLookasideList", [&] {
-    KfRaiseIrql(DISPATCH_LEVEL);
-    ExAllocateFromPagedLookasideList(&paged);
+  ExpectBugChecks({
+      {"never initialised", kDriverVerifierDetectedViolation, "not initialised",
+       [&] { ExAllocateFromNPagedLookasideList(&raw); }},
+      {"paged", kIrqlNotLessOrEqual, "ExAllocateFromPagedLookasideList",
+       [&] { ExAllocateFromPagedLookasideList(&paged); }, DISPATCH_LEVEL},
   });
   ExDeletePagedLookasideList(&paged);
   void* const stray = Allocate(32);
-  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "deleted already",
-                 [&] { ExFreeToPagedLookasideList(&paged, stray); });
-  ExpectBugCheck(BugCheck::kDriverVerifierDetectedViolation, "deleted already",
-                 [&] { ExDeletePagedLookasideList(&paged); });
+  ExpectBugChecks({
+      {"freeing to a deleted list", kDriverVerifierDetectedViolation, "deleted already",
+       [&] { ExFreeToPagedLookasideList(&paged, stray); }},
+      {"deleting twice", kDriverVerifierDetectedViolation, "deleted already",
+       [&] { ExDeletePagedLookasideList(&paged); }},
+  });
   ExFreePool(stray);
   for (const USHORT depth : {USHORT{1}, USHORT{4}}) {
     // With a depth of 1 the blocks rest where all threads share them, else with this thread.
     List list(depth);
     unsigned char* const block = list.Take();
     list.Give(block);
-    ExpectBugCheck(BugCheck::kBadPoolCaller, "freed to the list twice", [&] { list.Give(block); });
+    ExpectBugChecks(
+        {{"twice", kBadPoolCaller, "freed to the list twice", [&] { list.Give(block); }}});
     block[sizeof(PVOID)] ^= 1;
-    ExpectBugCheck(BugCheck::kBadPoolCaller, "written to after", [&] { list.Take(); });
+    ExpectBugChecks({{"a write", kBadPoolCaller, "written to after", [&] { list.Take(); }}});
     block[sizeof(PVOID)] ^= 1;
   }
 }
@@ -282,37 +255,28 @@ TEST_F(Lookaside, ABlockMayStillCarryWhatTheListWroteIntoIt) {
 }
 
 TEST_F(Lookaside, ManyThreadsShareAList) {
-  // Neighbours hand blocks on, so that some threads only allocate and others only free; more
-  // threads than have stacks of their own, and threads that come after others have ended.
+  // Threads hand blocks on to others that only free; more threads than have stacks of their own,
+  // and threads that come after others have ended.
   List list(0);
-  constexpr int kPairs = 20;
-  constexpr int kBlocks = 300;
   for (int generation = 0; generation < 2; ++generation) {
-    std::vector<std::vector<unsigned char*>> handed(kPairs);
-    std::vector<std::thread> threads;
-    for (int pair = 0; pair < kPairs; ++pair) {
-      threads.emplace_back([&, pair] {
-        for (int i = 0; i < kBlocks; ++i) {
-          unsigned char* const block = list.Take();
-          std::memset(block, pair, 40);
-          if (i % 3 == 0) {
-            list.Give(block);
-          } else {
-            handed[pair].push_back(block);
-          }
+    OnThreads(20, [&](int pair) {
+      std::vector<unsigned char*> handed;
+      for (int i = 0; i < 300; ++i) {
+        unsigned char* const block = list.Take();
+        std::memset(block, pair, 40);
+        if (i % 3 == 0) {
+          list.Give(block);
+        } else {
+          handed.push_back(block);
         }
-        std::thread taker([&, pair] {
-          for (unsigned char* const block : handed[pair]) {
-            EXPECT_EQ(std::string(block, block + 40), std::string(40, static_cast<char>(pair)));
-            list.Give(block);
-          }
-        });
-        taker.join();
+      }
+      OnAnotherThread([&] {
+        for (unsigned char* const block : handed) {
+          EXPECT_EQ(std::string(block, block + 40), std::string(40, static_cast<char>(pair)));
+          list.Give(block);
+        }
       });
-    }
-    for (std::thread& thread : threads) {
-      thread.join();
-    }
+    });
   }
   // Each of the 32 stacks and the common one may keep half of the depth.
   EXPECT_LE(PoolInUse().blocks, 33u * 8);

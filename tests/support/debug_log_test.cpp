@@ -187,4 +187,26 @@ TEST(TraceRecords, OnlyAWholeRecordCounts) {
   EXPECT_EQ(TraceRecordFind(), nullptr);
 }
 
+// Words of the stack for records at any place, every position that a compiler might choose.
+constexpr std::size_t kWords = 480;
+constexpr std::size_t kFarthest = (kWords * sizeof(void*) - sizeof(TraceRecord));
+
+// Where the scan begins: a function without arguments, called like TraceRecordFind.
+[[gnu::noinline]] ULONG_PTR FrameOfACall() {
+  return reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0));
+}
+
+TEST(TraceRecords, TheScanFindsEveryPositionUpToItsEnd) {
+  alignas(8) unsigned char words[kWords * sizeof(void*)] = {};
+  const ULONG_PTR end = FrameOfACall() + 375 * sizeof(void*);
+  for (std::size_t offset = 0; offset <= kFarthest; offset += alignof(TraceRecord)) {
+    auto* const record = new (words + offset) TraceRecord;
+    TraceRecordFill(record, 42);
+    const bool isWithin = reinterpret_cast<ULONG_PTR>(record) < end;
+    EXPECT_EQ(TraceRecordFind(), isWithin ? record : nullptr) << offset;
+    TraceRecordClear(record);
+  }
+  EXPECT_GT(reinterpret_cast<ULONG_PTR>(words) + kFarthest, end);
+}
+
 }  // namespace

@@ -15,8 +15,19 @@ constexpr const char16_t* kMachineKey = u"\\Registry\\Machine\\Software\\Brennic
 
 class DebugModules : public SupportFixture {};
 
-ULONG LevelOf(const char* tag) {
-  return ReadModuleDebugLevel("ZRPOPFLT", tag, nullptr);
+ULONG LevelOf(const char* tag, PDEVICE_OBJECT device = nullptr) {
+  return ReadModuleDebugLevel("ZRPOPFLT", tag, device);
+}
+
+// The rights that a key is opened with: without any one of them its level is not read.
+ACCESS_MASK RightsAskedOf(const std::u16string& path, PDEVICE_OBJECT device = nullptr) {
+  ACCESS_MASK rights = 0;
+  for (ACCESS_MASK right = 1; right != 0; right <<= 1) {
+    zr::host::LimitKeyAccess(path, ~right);
+    if (LevelOf("Device", device) == 2) rights |= right;
+  }
+  zr::host::LimitKeyAccess(path, ~ACCESS_MASK{0});
+  return rights;
 }
 
 TEST_F(DebugModules, LevelsComeFromTheMachineKey) {
@@ -27,8 +38,14 @@ TEST_F(DebugModules, LevelsComeFromTheMachineKey) {
   SetRegistryDword(kMachineKey, u"USBIrps", 4);
   EXPECT_EQ(LevelOf("USBIrps"), 4U);
   EXPECT_EQ(LevelOf("Device"), 3U);
-  zr::host::LimitKeyAccess(kMachineKey, KEY_QUERY_VALUE);
-  EXPECT_EQ(LevelOf("USBIrps"), 2U) << "a key that may not be opened";
+  EXPECT_EQ(RightsAskedOf(kMachineKey), 0xF003FU);
+}
+
+TEST_F(DebugModules, CharactersOfTagsKeepTheirSign) {
+  SetRegistryDword(kMachineKey, u"\uFF80\uFFFE", 5);
+  EXPECT_EQ(LevelOf("\x80\xFE"), 5U);
+  SetRegistryDword(u"\\Registry\\Machine\\Software\\Brennick\\\uFFE4\\Debug", u"Default", 6);
+  EXPECT_EQ(ReadModuleDebugLevel("\xE4", "Device", nullptr), 6U);
 }
 
 TEST_F(DebugModules, TagsBeyondTheirRoomAreCut) {
@@ -66,11 +83,15 @@ TEST_F(DebugModules, ADeviceHasAKeyOfItsOwn) {
   PDEVICE_OBJECT device = nullptr;
   ASSERT_EQ(IoCreateDevice(bus.Object(), 0, nullptr, FILE_DEVICE_UNKNOWN, 0, FALSE, &device),
             STATUS_SUCCESS);
-  EXPECT_EQ(ReadModuleDebugLevel("ZRPOPFLT", "Device", device), 2U) << "no key of a device";
+  EXPECT_EQ(LevelOf("Device", device), 2U) << "no key of a device";
   zr::host::SetDeviceProperties(device, {u"Camera", {u"USB\\VID_1"}, u"camera"});
-  EXPECT_EQ(ReadModuleDebugLevel("ZRPOPFLT", "Device", device), 2U) << "no levels below it";
-  SetRegistryDword(zr::host::SoftwareKeyPath(device) + u"\\Debug\\ZRPOPFLT", u"Default", 1);
-  EXPECT_EQ(ReadModuleDebugLevel("ZRPOPFLT", "Device", device), 1U);
+  EXPECT_EQ(LevelOf("Device", device), 2U) << "no levels below it";
+  const std::u16string driverKey = zr::host::SoftwareKeyPath(device);
+  const std::u16string levels = driverKey + u"\\Debug\\ZRPOPFLT";
+  SetRegistryDword(levels, u"Default", 1);
+  EXPECT_EQ(LevelOf("Device", device), 1U);
+  EXPECT_EQ(RightsAskedOf(driverKey, device), 0xF0000U);
+  EXPECT_EQ(RightsAskedOf(levels, device), 0xF003FU);
   IoDeleteDevice(device);
 }
 

@@ -71,19 +71,23 @@ TEST(PerfHooks, StopOutsideTheDriversLifetimeAndRestInside) {
 
 TEST(PerfHooks, TheModuleTableHasFiftyPlaces) {
   PerfHooksInit();
-  for (LONG index = 0; index < 50; ++index) {
-    EXPECT_EQ(PerfHooks.PerfRegisterModule("tag", 3, nullptr), index);
+  for (void (*const startAfresh)() : {&PerfHooksInit, &PerfHooksShutdown}) {
+    ModuleTable[49].ServiceHandle = 77;
+    for (LONG index = 0; index < 50; ++index) {
+      EXPECT_EQ(PerfHooks.PerfRegisterModule("tag", 3, nullptr), index);
+    }
+    for (int tries = 0; tries < 3; ++tries) {
+      EXPECT_EQ(PerfHooks.PerfRegisterModule("late", 4, nullptr), -1);
+      EXPECT_EQ(ModuleCount, 50);
+    }
+    EXPECT_STREQ(ModuleTable[49].Name, "tag");
+    EXPECT_EQ(ModuleTable[49].Level, 3U);
+    EXPECT_EQ(ModuleTable[49].ServiceHandle, 77U) << "the service alone writes it";
+    startAfresh();
+    EXPECT_EQ(ModuleCount, 0);
+    EXPECT_EQ(ModuleTable[49].Name, nullptr);
+    EXPECT_EQ(ModuleTable[49].ServiceHandle, 0U);
   }
-  for (int tries = 0; tries < 3; ++tries) {
-    EXPECT_EQ(PerfHooks.PerfRegisterModule("late", 4, nullptr), -1);
-    EXPECT_EQ(ModuleCount, 50);
-  }
-  EXPECT_STREQ(ModuleTable[49].Name, "tag");
-  EXPECT_EQ(ModuleTable[49].Level, 3U);
-  PerfHooksInit();
-  EXPECT_EQ(ModuleCount, 0);
-  EXPECT_EQ(ModuleTable[49].Name, nullptr);
-  PerfHooksShutdown();
 }
 
 }  // namespace

@@ -16,7 +16,8 @@ namespace {
 constexpr const char16_t* kPath = u"\\Registry\\Machine\\Software\\Test";
 
 std::vector<std::string> lines;
-void KeepLine(ULONG /*level*/, const char* line) {
+void KeepLine(ULONG level, const char* line) {
+  EXPECT_EQ(level, 3U) << line;
   lines.emplace_back(line);
 }
 
@@ -75,21 +76,28 @@ TEST_F(RegistryAccess, TablesKeepWhatIsMissing) {
   ASSERT_EQ(RegistryOpenKey(nullptr, KEY_QUERY_VALUE, kPath, &key), STATUS_SUCCESS);
   ULONG number = 1;
   ULONG missing = 2;
-  WCHAR buffer[8] = {u'o', u'l', u'd'};
-  UNICODE_STRING text = {6, sizeof(buffer), buffer};
-  RTL_QUERY_REGISTRY_TABLE table[4] = {};
-  table[0].Name = const_cast<PWSTR>(WIDE_TEXT("Number"));
-  table[0].EntryContext = &number;
-  table[0].DefaultType = REG_DWORD;
-  table[1].Name = const_cast<PWSTR>(WIDE_TEXT("Missing"));
-  table[1].EntryContext = &missing;
-  table[1].DefaultType = REG_DWORD;
-  table[2].Name = const_cast<PWSTR>(WIDE_TEXT("MissingText"));
-  table[2].EntryContext = &text;
-  table[2].DefaultType = REG_SZ;
+  ULONG binary = 0;
+  ULONG ownDefault = 4;
+  WCHAR buffer[8] = u"old";
+  UNICODE_STRING text = {0, sizeof(buffer), buffer};
+  // What the caller left in the other fields counts for other types alone.
+  constexpr ULONG kStaleFlags = 0x40;
+  PVOID const stale = &ownDefault;
+  const auto entry = [](const WCHAR* name, PVOID destination, ULONG type, PVOID data,
+                        ULONG length) -> RTL_QUERY_REGISTRY_TABLE {
+    return {nullptr, kStaleFlags, const_cast<PWSTR>(name), destination, type, data, length};
+  };
+  RTL_QUERY_REGISTRY_TABLE table[] = {
+      entry(WIDE_TEXT("Number"), &number, REG_DWORD, stale, 9),
+      entry(WIDE_TEXT("Missing"), &missing, REG_DWORD, stale, 9),
+      entry(WIDE_TEXT("MissingText"), &text, REG_SZ, stale, 9),
+      entry(WIDE_TEXT("MissingBinary"), &binary, REG_BINARY, &ownDefault, sizeof(ownDefault)),
+      {}};
   EXPECT_EQ(RegistryQueryTable(key, table), STATUS_SUCCESS);
   EXPECT_EQ(number, 3U);
   EXPECT_EQ(missing, 2U);
+  EXPECT_EQ(binary, 4U);
+  EXPECT_EQ(text.Length, 3 * sizeof(WCHAR)) << "the default goes up to the terminator";
   EXPECT_EQ(std::u16string(text.Buffer), u"old");
   ZwClose(key);
 }

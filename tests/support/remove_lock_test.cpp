@@ -4,11 +4,23 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <random>
 #include <thread>
 #include <vector>
 
 namespace {
+
+// Whether a removal comes to its end. One that does not is set free, so that the test can fail.
+bool RemovalEnds(RemoveLock& lock) {
+  const auto removal =
+      std::async(std::launch::async, [&lock] { RemoveLockReleaseAndWait(nullptr, &lock); });
+  if (removal.wait_for(std::chrono::seconds(10)) == std::future_status::ready) return true;
+  KeSetEvent(&lock.Event, IO_NO_INCREMENT, FALSE);
+  return false;
+}
 
 TEST(RemoveLock, CountsHoldersAndTurnsLateOnesAway) {
   RemoveLock lock;
@@ -16,57 +28,79 @@ TEST(RemoveLock, CountsHoldersAndTurnsLateOnesAway) {
   EXPECT_EQ(RemoveLockAcquire(nullptr, &lock), STATUS_SUCCESS);
   EXPECT_EQ(lock.Count, 2);
   EXPECT_EQ(KeReadStateEvent(&lock.Event), 0);
-  RemoveLockReleaseAndWait(nullptr, &lock);
+  EXPECT_TRUE(RemovalEnds(lock));
   EXPECT_EQ(lock.Count, 0);
   EXPECT_NE(KeReadStateEvent(&lock.Event), 0);
   EXPECT_EQ(RemoveLockAcquire(nullptr, &lock), STATUS_DELETE_PENDING);
   EXPECT_EQ(lock.Count, 0);
 }
 
-// A removal among holders that come and go: no one may hold once the wait is over, and the wait
-// must end. What a holder reads of the device is poisoned right after it.
+// A device is poisoned right after its removal, and its holders look at it as long as they hold.
+struct alignas(64) Device {
+  RemoveLock lock;
+  volatile bool isAlive = true;  // No atomic, as a device's memory is none.
+};
+
+void Pause(unsigned loops) {
+  for (volatile unsigned left = loops; left > 0;)
+    left = left - 1;
+}
+
+// Holds each device again and again until it is refused; counts the holds of dead ones.
+void HoldAll(std::vector<Device>& devices, unsigned seed, std::atomic<int>& holds,
+             std::atomic<int>& holdsOfTheDead) {
+  std::minstd_rand random(seed);
+  for (Device& device : devices) {
+    while (RemoveLockAcquire(nullptr, &device.lock) == STATUS_SUCCESS) {
+      bool isDead = false;
+      for (auto looks = random() % 256; looks > 0; --looks)
+        isDead = isDead || !device.isAlive;
+      if (isDead) ++holdsOfTheDead;
+      RemoveLockRelease(nullptr, &device.lock);
+      ++holds;
+      if (random() % 16 == 0) std::this_thread::yield();
+      Pause(random() % 64);
+    }
+  }
+}
+
+// The end of a hold is a moment at which a holder runs on another processor: so the removal falls
+// among holds that come and go, not into a time in which all holders wait for their turn.
+void AwaitHolds(const std::atomic<int>& holds, int count) {
+  const int enough = holds + count;
+  for (int spins = 1; holds < enough; ++spins) {
+    if (spins % 2000 == 0) std::this_thread::yield();
+  }
+}
+
 TEST(RemoveLock, NobodyHoldsAfterTheWait) {
-  constexpr int kRounds = 10000;
-  constexpr int kThreads = 8;
-  struct Device {
-    RemoveLock lock;
-    int alive = 0;
-  };
-  Device device;
-  std::atomic<int> holds = 0;
-  std::atomic<int> deadReads = 0;
-  std::barrier roundStarts(kThreads + 1);
-  std::barrier roundEnds(kThreads + 1);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&] {
-      for (int round = 1; round <= kRounds; ++round) {
-        roundStarts.arrive_and_wait();
-        while (RemoveLockAcquire(nullptr, &device.lock) == STATUS_SUCCESS) {
-          ++holds;
-          if (device.alive != round) ++deadReads;
-          RemoveLockRelease(nullptr, &device.lock);
-          std::this_thread::yield();  // On few cores the others want their turn.
-        }
-        roundEnds.arrive_and_wait();
-      }
-    });
-  }
-  for (int round = 1; round <= kRounds; ++round) {
+  constexpr std::size_t kRemovals = 100000;
+  constexpr unsigned kHolders = 8;
+  std::vector<Device> devices(kRemovals);
+  for (Device& device : devices) {
     RemoveLockInit(&device.lock);
-    device.alive = round;
     ASSERT_EQ(RemoveLockAcquire(nullptr, &device.lock), STATUS_SUCCESS);
-    roundStarts.arrive_and_wait();
-    if (round % 4 == 0) std::this_thread::yield();
-    RemoveLockReleaseAndWait(nullptr, &device.lock);
-    device.alive = 0;  // A holder that is left would race with this.
-    roundEnds.arrive_and_wait();
   }
-  for (auto& thread : threads)
-    thread.join();
-  EXPECT_GT(holds.load(), kRounds);
-  EXPECT_EQ(deadReads.load(), 0);
-  EXPECT_EQ(device.lock.Count, 0);
+  ASSERT_TRUE(RemovalEnds(devices[0].lock)) << "every removal would wait for ever";
+  std::atomic<int> holds = 0;
+  std::atomic<int> holdsOfTheDead = 0;
+  std::vector<std::thread> holders;
+  for (unsigned seed = 1; seed <= kHolders; ++seed) {
+    holders.emplace_back(HoldAll, std::ref(devices), seed, std::ref(holds),
+                         std::ref(holdsOfTheDead));
+  }
+  std::minstd_rand random;
+  for (std::size_t i = 1; i < kRemovals; ++i) {
+    AwaitHolds(holds, 1 + static_cast<int>(random() % 4));
+    Pause(random() % 32);
+    RemoveLockReleaseAndWait(nullptr, &devices[i].lock);
+    devices[i].isAlive = false;
+  }
+  for (std::thread& holder : holders)
+    holder.join();
+  for (const Device& device : devices)
+    ASSERT_EQ(device.lock.Count, 0);
+  EXPECT_EQ(holdsOfTheDead, 0);
 }
 
 }  // namespace

@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
+#include <future>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -88,6 +91,40 @@ TEST_F(TrackedAllocator, ChangesAreReportedAndTakenBack) {
                          {5, 100}, {6, 100}, {4, 40}, {4, 60}, {5, -100}, {4, -40}, {4, -60}}));
   EXPECT_EQ(PoolTrackedBytes(NonPagedPool), 0U);
   EXPECT_EQ(PoolTrackedBytes(PagedPool), 0U);
+}
+
+TEST_F(TrackedAllocator, EveryBlockCarriesTheTag) {
+  std::vector<PVOID> blocks;
+  for (const POOL_TYPE type : {NonPagedPool, PagedPool}) {
+    for (const SIZE_T size : {10, 100, 1000})
+      blocks.push_back(PoolAllocTracked(type, size));
+  }
+  const std::string report = zr::host::PoolLeakReport();
+  EXPECT_TRUE(report.starts_with("ZCam: 6 blocks, ")) << report;
+  for (PVOID block : blocks)
+    PoolFreeTracked(block);
+}
+
+// The look of another thread at the lists, from inside a hook.
+std::vector<std::future<void>> looks;
+
+void LookAtTheLists(ULONG /*id*/, ULONG /*low*/, ULONG /*high*/) {
+  EXPECT_EQ(KeGetCurrentIrql(), PASSIVE_LEVEL);
+  looks.push_back(std::async(std::launch::async, [] {
+    PoolTrackedBytes(NonPagedPool);
+    PoolTrackedBytes(PagedPool);
+  }));
+  EXPECT_EQ(looks.back().wait_for(std::chrono::seconds(10)), std::future_status::ready)
+      << "a hook was called with a list locked";
+}
+
+TEST_F(TrackedAllocator, HooksRunOutsideTheLocks) {
+  looks.clear();
+  PerfHooks.PerfCounterAdd.Set(&LookAtTheLists);
+  PerfHooks.PerfCounterSet.Set(&LookAtTheLists);
+  PoolFreeTracked(PoolAllocTracked(NonPagedPool, 10));
+  PoolFreeTracked(PoolAllocTracked(PagedPool, 20));
+  EXPECT_EQ(looks.size(), 6U);
 }
 
 TEST_F(TrackedAllocator, AFailedRequestCountsAsTheLargestOnly) {
