@@ -34,8 +34,12 @@ void Append(std::vector<uint8_t>& bytes, std::span<const uint8_t> more) {
 
 }  // namespace
 
-CapturedDevice::CapturedDevice(DeviceAddress address, const CapturedDeviceOptions& options)
-    : options_(options), filter_(replay_.PhysicalDevice()), client_(filter_.Top()) {
+CapturedDevice::CapturedDevice(host::LoadedDriver& driver, DeviceAddress address,
+                               const CapturedDeviceOptions& options)
+    : options_(options),
+      replay_(address),
+      filtered_(driver, replay_.PhysicalDevice(), options.hasService),
+      client_(filtered_.Top()) {
   report_.address = address;
 }
 
@@ -78,16 +82,11 @@ void CapturedDevice::Configure(const std::vector<uint8_t>& configuration) {
   client_.SelectConfiguration(bytes);
   for (const AudioSetting& setting : settings_) {
     if (setting.inputEndpoint == 0) continue;
-    const bool isInTable = setting.alternateSetting < MAX_ALT_SETS_SUPPORTED;
-    const SettingReport row = {
-        .setting = setting,
-        .format = isInTable ? filter_.FormatOf(setting.alternateSetting) : AltSetFormat{}};
-    const auto isSame = [&setting](const SettingReport& other) {
-      return other.setting.interfaceNumber == setting.interfaceNumber &&
-             other.setting.alternateSetting == setting.alternateSetting;
-    };
-    std::erase_if(report_.settings, isSame);
-    report_.settings.push_back(row);
+    std::erase_if(report_.settings, [&setting](const AudioSetting& other) {
+      return other.interfaceNumber == setting.interfaceNumber &&
+             other.alternateSetting == setting.alternateSetting;
+    });
+    report_.settings.push_back(setting);
   }
 }
 
@@ -140,15 +139,11 @@ void CapturedDevice::Select(const AudioSetting& setting) {
 }
 
 void CapturedDevice::BeginStream() {
-  const uint8_t number = current_->alternateSetting;
   StreamReport report;
-  report.alternateSetting = number;
-  if (number < MAX_ALT_SETS_SUPPORTED && filter_.FormatOf(number).Valid != 0) {
-    const AltSetFormat& format = filter_.FormatOf(number);
-    report.format = {.bits = format.BitsPerSample,
-                     .channels = format.Channel,
-                     .rate = static_cast<int>(format.SamplesPerSecond)};
-  }
+  report.alternateSetting = current_->alternateSetting;
+  report.format = {.bits = current_->format.bits,
+                   .channels = current_->format.channels,
+                   .rate = static_cast<int>(current_->DriverRate())};
   report.name = std::to_string(report_.address.bus) + "-" + std::to_string(report_.address.device) +
                 "-" + std::to_string(streamCount_ + 1);
   stream_.emplace(options_.folder, std::move(report));
@@ -217,7 +212,11 @@ void CapturedDevice::Record(const IsochCompleted& sent, const HeardTransfer& hea
     Append(sentBytes, bytes);
     Append(heardBytes, BytesOf(heard.packets[i], heard.data));
   }
-  stream_->Add(sentBytes, heardBytes);
+  if (isDisabled_) {
+    stream_->AddUnfiltered(heardBytes);
+  } else {
+    stream_->Add(sentBytes, heardBytes);
+  }
 }
 
 DeviceReport CapturedDevice::Finish() {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "apps/popusb/audio_function.h"
-#include "apps/popusb/filter_device.h"
+#include "apps/popusb/filtered_device.h"
 #include "apps/popusb/replay_device.h"
 #include "apps/popusb/stream_recording.h"
 #include "apps/popusb/usb_event.h"
@@ -22,6 +22,7 @@ struct CapturedDeviceOptions {
   /// The alternate setting in force when the capture begins, for captures that begin within a
   /// stream.
   std::optional<uint8_t> firstSetting;
+  bool hasService = false;  ///< Whether an instrumentation service stands below the driver.
 };
 
 /// An isochronous transfer as the class driver sees it.
@@ -30,14 +31,9 @@ struct HeardTransfer {
   std::vector<uint8_t> data;
 };
 
-struct SettingReport {
-  AudioSetting setting;
-  AltSetFormat format;  ///< The driver's row; not Valid where it has none.
-};
-
 struct DeviceReport {
   DeviceAddress address;
-  std::vector<SettingReport> settings;  ///< Those with an input endpoint.
+  std::vector<AudioSetting> settings;  ///< Those with an input endpoint.
   std::vector<StreamReport> streams;
   std::vector<std::string> remarks;
   uint64_t unknownTransfers = 0;  ///< Isochronous, before anything told what they carry.
@@ -45,13 +41,21 @@ struct DeviceReport {
 
 class CapturedDevice {
  public:
-  CapturedDevice(DeviceAddress address, const CapturedDeviceOptions& options);
+  /// driver: the filter driver, which outlives the device.
+  CapturedDevice(host::LoadedDriver& driver, DeviceAddress address,
+                 const CapturedDeviceOptions& options);
 
   void Take(const DescriptorRead& descriptor);
   void Take(const ConfigurationSelected& selected);
   void Take(const InterfaceSelected& selected);
   /// Nothing if the transfer is none of the audio function's.
   std::optional<HeardTransfer> Take(const IsochCompleted& transfer);
+
+  /// Whether the driver's filter is disabled from here on, as its service has told it.
+  void SetDisabled(bool isDisabled) { isDisabled_ = isDisabled; }
+
+  /// Null without one.
+  instrumentation::Service* Service() { return filtered_.Service(); }
 
   /// After the last event.
   DeviceReport Finish();
@@ -75,9 +79,10 @@ class CapturedDevice {
   std::optional<AudioSetting> current_;
   std::optional<StreamRecording> stream_;
   std::size_t streamCount_ = 0;
+  bool isDisabled_ = false;
 
   ReplayDevice replay_;
-  FilterDevice filter_;
+  FilteredDevice filtered_;
   host::StreamingClient client_;
 };
 

@@ -2,7 +2,10 @@
 // class driver would have seen it.
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/popusb/capture_reader.h"
@@ -13,13 +16,21 @@ namespace zr::popusb {
 struct CleanOptions {
   std::string capture;
   CapturedDeviceOptions device;
-  std::string writeCapture;  ///< Empty for none.
+  std::string writeCapture = {};  ///< Empty for none.
+  std::string registry =
+      {};  ///< Text file that fills the registry before the driver loads; or empty.
+  /// Lines of the driver up to this level go to standard error; 0 for none.
+  unsigned logLevel = 0;
+  /// Seconds from the first record on, between which the filter is disabled through the service.
+  std::optional<std::pair<double, double>> disabled = {};
 };
 
 struct CaptureReport {
   std::string recorder;
   CaptureCounts counts;
   std::string truncation;  ///< Why the capture could not be read to its end; empty if it could.
+  /// Of each device's service, where there is one.
+  std::map<DeviceAddress, std::map<ULONG, instrumentation::Statistic>> statistics = {};
   std::vector<DeviceReport> devices;  ///< Those with audio interfaces, or with doubts about them.
 };
 

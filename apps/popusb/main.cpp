@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "apps/popclean/failure.h"
 #include "apps/popclean/stop_request.h"
@@ -41,6 +43,26 @@ void AddCleanOptions(CLI::App& clean, CleanOptions& options, std::string& folder
       ->required();
   clean.add_option("--write-capture", options.writeCapture,
                    "Write the capture with its isochronous packets as the class driver sees them");
+}
+
+// What the driver's instrumentation service offers.
+struct ServiceOptions {
+  bool hasStatistics = false;
+  std::vector<double> disabled;
+};
+
+void AddServiceOptions(CLI::App& clean, CleanOptions& options, ServiceOptions& service) {
+  clean.add_flag("--stats", service.hasStatistics, "Tell what the driver reports to its service");
+  clean.add_option("--log", options.logLevel, "Print the driver's lines up to this level")
+      ->type_name("LEVEL")
+      ->check(CLI::Range(1, 15));
+  clean
+      .add_option("--disable", service.disabled,
+                  "Disable the filter between two times, in seconds of the capture")
+      ->type_name("FROM TO")
+      ->expected(2);
+  clean.add_option("--registry", options.registry,
+                   "Fill the driver's registry from a text file before it is loaded");
 }
 
 void AddFirstSetting(CLI::App& command, CleanOptions& options) {
@@ -85,6 +107,8 @@ int Run(int argumentCount, const char* const* arguments) {
   auto* const clean = app.add_subcommand("clean", "Write the cleaned audio beside the original");
   AddCleanOptions(*clean, cleanOptions, folder);
   AddFirstSetting(*clean, cleanOptions);
+  ServiceOptions service;
+  AddServiceOptions(*clean, cleanOptions, service);
   auto* const formats = app.add_subcommand("formats", "Tell the formats and streams alone");
   formats->add_option("CAPTURE", cleanOptions.capture, "Capture to read")->required();
   AddFirstSetting(*formats, cleanOptions);
@@ -103,7 +127,11 @@ int Run(int argumentCount, const char* const* arguments) {
     return 0;
   }
   if (clean->parsed()) cleanOptions.device.folder = folder;
-  const CaptureReport report = CleanCapture(cleanOptions);
+  if (!service.disabled.empty()) cleanOptions.disabled = {service.disabled[0], service.disabled[1]};
+  cleanOptions.device.hasService =
+      service.hasStatistics || cleanOptions.logLevel > 0 || cleanOptions.disabled;
+  CaptureReport report = CleanCapture(cleanOptions);
+  if (!service.hasStatistics) report.statistics.clear();
   std::fputs(ReportText(cleanOptions.capture, report).c_str(), stdout);
   return std::fflush(stdout) == 0 ? 0 : kExitFailure;
 }

@@ -1,6 +1,7 @@
 #include "apps/popusb/replay_device.h"
 
 #include <algorithm>
+#include <string>
 
 #include "apps/popclean/failure.h"
 
@@ -12,12 +13,18 @@ NTSTATUS NTAPI ReplayDevice::Enter(PDRIVER_OBJECT driver, PUNICODE_STRING /*regi
   return STATUS_SUCCESS;
 }
 
-ReplayDevice::ReplayDevice() : driver_(&Enter) {
+ReplayDevice::ReplayDevice(DeviceAddress address) : driver_(&Enter) {
   if (!NT_SUCCESS(IoCreateDevice(driver_.Object(), sizeof(ReplayDevice*), nullptr,
                                  FILE_DEVICE_UNKNOWN, 0, FALSE, &device_))) {
     throw popclean::Failure("there is not enough memory for the recorded device");
   }
   *static_cast<ReplayDevice**>(device_->DeviceExtension) = this;
+  const std::string name =
+      "USB\\Bus" + std::to_string(address.bus) + "Device" + std::to_string(address.device);
+  const std::u16string wideName(name.begin(), name.end());
+  host::SetDeviceProperties(
+      device_,
+      {.name = wideName, .hardwareIds = {wideName}, .description = u"Recorded USB device"});
   device_->Flags &= ~DO_DEVICE_INITIALIZING;
 }
 
@@ -25,18 +32,25 @@ ReplayDevice::~ReplayDevice() {
   IoDeleteDevice(device_);
 }
 
+// A query for an interface keeps its status, as nobody here has any.
 NTSTATUS NTAPI ReplayDevice::Dispatch(PDEVICE_OBJECT device, PIRP irp) {
   const ReplayDevice& self = **static_cast<ReplayDevice**>(device->DeviceExtension);
-  auto* const urb =
-      static_cast<PURB>(IoGetCurrentIrpStackLocation(irp)->Parameters.Others.Argument1);
+  const IO_STACK_LOCATION& location = *IoGetCurrentIrpStackLocation(irp);
   NTSTATUS status = STATUS_SUCCESS;
-  urb->UrbHeader.Status = USBD_STATUS_SUCCESS;
-  if (urb->UrbHeader.Function == URB_FUNCTION_ISOCH_TRANSFER) {
-    status = self.Fill(urb->UrbIsochronousTransfer);
+  if (location.MajorFunction == IRP_MJ_INTERNAL_DEVICE_CONTROL) {
+    status = self.AnswerUrb(static_cast<PURB>(location.Parameters.Others.Argument1));
+  } else if (location.MinorFunction == IRP_MN_QUERY_INTERFACE) {
+    status = irp->IoStatus.Status;
   }
   irp->IoStatus.Status = status;
   IoCompleteRequest(irp, IO_NO_INCREMENT);
   return status;
+}
+
+NTSTATUS ReplayDevice::AnswerUrb(PURB urb) const {
+  urb->UrbHeader.Status = USBD_STATUS_SUCCESS;
+  if (urb->UrbHeader.Function != URB_FUNCTION_ISOCH_TRANSFER) return STATUS_SUCCESS;
+  return Fill(urb->UrbIsochronousTransfer);
 }
 
 // The recorder's codes differ; to the stack a failure is a failure. So is a packet of which not all

@@ -10,7 +10,8 @@ namespace zr::popusb {
 
 class ReplayDevice {
  public:
-  ReplayDevice();
+  explicit ReplayDevice(DeviceAddress address);
+  /// Every device above must be off the stack.
   ~ReplayDevice();
   ReplayDevice(const ReplayDevice&) = delete;
   ReplayDevice& operator=(const ReplayDevice&) = delete;
@@ -24,6 +25,7 @@ class ReplayDevice {
  private:
   static NTSTATUS NTAPI Enter(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath);
   static NTSTATUS NTAPI Dispatch(PDEVICE_OBJECT device, PIRP irp);
+  NTSTATUS AnswerUrb(PURB urb) const;
   NTSTATUS Fill(_URB_ISOCH_TRANSFER& transfer) const;
 
   host::LoadedDriver driver_;

@@ -9,7 +9,6 @@
 namespace zr::popusb {
 namespace {
 
-using popclean::Counted;
 using popclean::DurationText;
 
 constexpr std::size_t kGapsTold = 20;
@@ -27,15 +26,24 @@ std::string Counted(uint64_t count, const char* thing) {
   return popclean::Counted(static_cast<int64_t>(count), thing);
 }
 
-std::string SettingLine(const SettingReport& row) {
-  const AudioSetting& setting = row.setting;
+std::string RatesText(const AudioFormat& format) {
+  std::string text;
+  for (const uint32_t rate : format.rates) {
+    if (!text.empty()) text += format.isContinuous ? " to " : ", ";
+    text += std::to_string(rate);
+  }
+  return text.empty() ? "no rate" : text + " Hz";
+}
+
+std::string SettingLine(const AudioSetting& setting) {
   std::string line = Line("  %9u %7u  0x%02X     %5u", unsigned{setting.interfaceNumber},
                           unsigned{setting.alternateSetting}, unsigned{setting.inputEndpoint},
                           unsigned{setting.packetSize});
-  if (row.format.Valid == 0) return line + "  no format that the driver takes\n";
-  return line + Line("  %3u bits, %u channel%s, %u Hz\n", unsigned{row.format.BitsPerSample},
-                     unsigned{row.format.Channel}, row.format.Channel == 1 ? "" : "s",
-                     row.format.SamplesPerSecond);
+  const AudioFormat& format = setting.format;
+  if (format.bits == 0) return line + "  no PCM format\n";
+  line += Line("  %u bits, ", unsigned{format.bits}) + Counted(format.channels, "channel") + ", " +
+          RatesText(format);
+  return line + (setting.DriverRate() == 0 ? "; unfiltered\n" : "\n");
 }
 
 std::string StreamText(const StreamReport& stream) {
@@ -64,8 +72,8 @@ std::string DeviceText(const DeviceReport& device) {
                      std::to_string(device.address.device) + "\n";
   if (!device.settings.empty()) {
     text += "  interface setting  endpoint  packet  format\n";
-    for (const SettingReport& row : device.settings)
-      text += SettingLine(row);
+    for (const AudioSetting& setting : device.settings)
+      text += SettingLine(setting);
   }
   for (const std::string& remark : device.remarks)
     text += "  " + remark + "\n";
@@ -76,6 +84,23 @@ std::string DeviceText(const DeviceReport& device) {
   }
   for (const StreamReport& stream : device.streams)
     text += StreamText(stream);
+  return text;
+}
+
+std::string StatisticsText(DeviceAddress address,
+                           const std::map<ULONG, instrumentation::Statistic>& statistics) {
+  if (statistics.empty()) return "";
+  std::string text = "statistics of the driver, through bus " + std::to_string(address.bus) +
+                     ", device " + std::to_string(address.device) + "\n";
+  for (const auto& [id, statistic] : statistics) {
+    text += Line("  %2u  %-28s", id, statistic.name.c_str());
+    if (statistic.intervals > 0) {
+      text += Line("  %llu times, %.3f ms\n", static_cast<unsigned long long>(statistic.intervals),
+                   static_cast<double>(statistic.nanoseconds) * 1e-6);
+    } else {
+      text += Line("  %lld\n", static_cast<long long>(statistic.value));
+    }
+  }
   return text;
 }
 
@@ -93,6 +118,8 @@ std::string ReportText(const std::string& name, const CaptureReport& report) {
   if (report.devices.empty()) text += "  no audio device in it\n";
   for (const DeviceReport& device : report.devices)
     text += DeviceText(device);
+  for (const auto& [address, statistics] : report.statistics)
+    text += StatisticsText(address, statistics);
   return text;
 }
 

@@ -33,15 +33,25 @@ void StreamRecording::OpenFiles() {
   list_ = std::make_unique<popclean::RepairList>(pathOf(".repairs.csv"), report_.format.rate);
 }
 
-void StreamRecording::Add(std::span<const uint8_t> sent, std::span<const uint8_t> heard) {
+void StreamRecording::Write(std::span<const uint8_t> sent, std::span<const uint8_t> heard) {
   ++report_.transfers;
   report_.audioBytes += sent.size();
   if (!report_.format.IsWritable()) return;
   if (!folder_.empty() && !original_ && !sent.empty()) OpenFiles();
-  if (original_) {
-    original_->Write(sent);
-    cleaned_->Write(heard);
+  if (!original_) return;
+  original_->Write(sent);
+  cleaned_->Write(heard);
+}
+
+void StreamRecording::AddUnfiltered(std::span<const uint8_t> bytes) {
+  Write(bytes, bytes);
+  if (report_.remark.empty()) {
+    report_.remark = "the filter was disabled for a part, and the list of repairs ends there";
   }
+}
+
+void StreamRecording::Add(std::span<const uint8_t> sent, std::span<const uint8_t> heard) {
+  Write(sent, heard);
   if (!report_.remark.empty()) return;
   if (!repairs_) {
     repairs_.emplace([this](const popclean::Repair& repair) {

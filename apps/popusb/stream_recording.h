@@ -44,6 +44,8 @@ class StreamRecording {
 
   /// What a transfer brought, and what the class driver gets of it.
   void Add(std::span<const uint8_t> sent, std::span<const uint8_t> heard);
+  /// The same with the filter disabled: without its delay nothing can be compared from there on.
+  void AddUnfiltered(std::span<const uint8_t> bytes);
   void AddFailedTransfer();
   /// A packet of the transfer that is added next; bytesBefore: of that transfer's good packets.
   void AddFailedPacket(std::size_t bytesBefore);
@@ -54,6 +56,7 @@ class StreamRecording {
   StreamReport Finish();
 
  private:
+  void Write(std::span<const uint8_t> sent, std::span<const uint8_t> heard);
   void OpenFiles();
 
   const std::filesystem::path folder_;

@@ -2,6 +2,7 @@
 // driver; and what is heard is told and written as it was.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -15,10 +16,13 @@
 #include "apps/popusb/repair_finder.h"
 #include "apps/popusb/report_text.h"
 #include "apps/popusb/simulate_capture.h"
+#include "driver/driver_entry.h"
+#include "platform/host/control/io_control.h"
 #include "platform/host/microphone/camera_descriptors.h"
 
 namespace fs = std::filesystem;
 using namespace zr::popusb;
+using zr::host::LoadedDriver;
 
 namespace {
 
@@ -52,7 +56,7 @@ std::vector<int16_t> SamplesOf(const fs::path& path) {
 
 // What popclean makes of a raw stream.
 std::vector<int16_t> Filtered(std::vector<int16_t> samples, int rate) {
-  const FilterServices services;  // The filter's memory comes from them here.
+  const LoadedDriver driver(&DriverEntry);  // The filter's memory comes from it here.
   zr::popclean::FilterBank bank(1, rate, {}, samples.size());
   bank.Process(samples.data(), samples.size());
   return samples;
@@ -105,6 +109,29 @@ INSTANTIATE_TEST_SUITE_P(Captures, TwoRoads,
                                                                     .failedTransfers = 10}}),
                          [](const auto& row) { return row.param.name; });
 
+// Through its service the driver tells what it did, and is disabled for a part.
+TEST(WholeDriver, ReportsToItsServiceAndIsDisabledThroughIt) {
+  const Folder folder;
+  const std::string capture = (folder / "heard.pcap").string();
+  SimulateCapture({.audio = kSpeech.string(), .capture = capture, .behaviour = {}});
+  CleanOptions options = {.capture = capture,
+                          .device = {.folder = folder / "out", .firstSetting = {}}};
+  options.device.hasService = true;
+  options.disabled = {2.0, 1e9};
+  const CaptureReport report = CleanCapture(options);
+  ASSERT_EQ(report.statistics.size(), 1U);
+  const uint64_t filtered = report.statistics.begin()->second.at(9).intervals;
+  EXPECT_GT(filtered, 190U);
+  EXPECT_LT(filtered, 201U) << "a transfer is 10 ms";
+  const auto original = SamplesOf(folder / "out/1-5-1.original.wav");
+  const auto cleaned = SamplesOf(folder / "out/1-5-1.cleaned.wav");
+  const auto switched = static_cast<std::ptrdiff_t>(480 * filtered);
+  ASSERT_EQ(original.size(), cleaned.size());
+  EXPECT_TRUE(std::equal(original.begin() + switched, original.end(), cleaned.begin() + switched));
+  EXPECT_EQ(std::vector(cleaned.begin(), cleaned.begin() + switched),
+            Filtered({original.begin(), original.begin() + switched}, 48000));
+}
+
 IsochCompleted Transfer(std::size_t packets, uint8_t endpoint = zr::host::kMicrophoneEndpoint) {
   IsochCompleted transfer = {.endpoint = endpoint, .status = 0, .packets = {}, .data = {}};
   for (std::size_t i = 0; i < packets; ++i)
@@ -120,8 +147,8 @@ class Captured : public testing::Test {
 
   const std::vector<uint8_t> configuration_ = zr::host::CameraConfiguration();
   const InterfaceSelected mono_ = {zr::host::kMicrophoneInterface, 6};
-  const FilterServices services_;
-  CapturedDevice device_{{1, 2}, {.folder = {}, .firstSetting = 6}};
+  LoadedDriver driver_{&DriverEntry};
+  CapturedDevice device_{driver_, {1, 2}, {.folder = {}, .firstSetting = 6}};
 };
 
 TEST_F(Captured, WithoutDescriptorsTransfersAreUnknown) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/popusb/captured_device.h"
+#include "driver/driver_entry.h"
 
 namespace {
 
@@ -54,9 +55,9 @@ IsochCompleted TransferOf(Input& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
-  const FilterServices services;
+  zr::host::LoadedDriver driver(&DriverEntry);
   Input input(data, size);
-  CapturedDevice device({1, 1}, {.folder = {}, .firstSetting = input.Byte()});
+  CapturedDevice device(driver, {1, 1}, {.folder = {}, .firstSetting = input.Byte()});
   while (input.Left() > 0) {
     switch (input.Byte() % 5) {
       case 0:
