@@ -50,20 +50,20 @@ constinit Connected<PerfDebugInterface> debug;
 constinit Connected<PerfModeInterface> mode;
 
 // The entry of a hook: puts the owner's device in front of its arguments and calls the operation.
-template <auto& interface, auto operation>
+template <auto& connected, auto operation>
 struct Forward;
 
-template <auto& interface, typename Operations, typename Result, typename... Arguments,
+template <auto& connected, typename Operations, typename Result, typename... Arguments,
           Result (*Operations::*operation)(PDEVICE_OBJECT, Arguments...)>
-struct Forward<interface, operation> {
+struct Forward<connected, operation> {
   static Result Call(Arguments... arguments) {
-    if (!interface.gate.Enter()) return Result();
+    if (!connected.gate.Enter()) return Result();
     if constexpr (std::is_void_v<Result>) {
-      (interface.operations.*operation)(owner.PDO, arguments...);
-      interface.gate.Leave();
+      (connected.operations.*operation)(owner.PDO, arguments...);
+      connected.gate.Leave();
     } else {
-      const Result result = (interface.operations.*operation)(owner.PDO, arguments...);
-      interface.gate.Leave();
+      const Result result = (connected.operations.*operation)(owner.PDO, arguments...);
+      connected.gate.Leave();
       return result;
     }
   }

@@ -1,6 +1,7 @@
 #include "support/instrumentation/driver_wrap.h"
 
 #include <cstring>
+#include <initializer_list>
 
 #include "support/perf_hooks.h"
 

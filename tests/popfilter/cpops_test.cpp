@@ -86,7 +86,7 @@ TEST_F(GuardedFilter, GuardsComeInTheirOrder) {
     EXPECT_EQ(zr::host::FloatingPointDepth(), 0U);
   }
   {
-    const zr::host::AtIrql high(HIGH_LEVEL);
+    const zr::host::AtIrql high(DISPATCH_LEVEL + 1);
     ExpectAnswers(*whole, {POPS_ERR_PARAM, POPS_ERR_PARAM}, "too high");
     ExpectAnswers(*hollow, {POPS_ERR_PARAM, POPS_ERR_PARAM}, "too high, without a core");
   }
@@ -107,28 +107,31 @@ TEST_F(GuardedFilter, CoreStatusesComeThrough) {
   delete filter;
 }
 
-// The caller's floating-point control state is its own: the filter's result does not depend on it,
-// and finds it again as it was.
+// The caller's floating-point state is its own: one in which every rounding traps harms no
+// operation, and comes back as it was.
 TEST_F(GuardedFilter, FloatingPointRunsInsideItsBracketOnly) {
-  std::vector<int16_t> stream;
-  for (int i = 0; i < 4000; ++i)
-    stream.push_back(static_cast<int16_t>(i * 7919 % 20011 - 10000));
-  const auto run = [&] {
-    ULONG status = 99;
-    CPOPS* const filter = Make(&status);
-    std::vector<int16_t> samples = stream;
-    EXPECT_EQ(filter->SetParameter(POPS_ID_FLOOR, 33), POPS_OK);
-    EXPECT_EQ(filter->SubmitPinData(0, samples.data(), 8000, samples.data(), 8000, 0), POPS_OK);
-    delete filter;
-    return samples;
+  std::vector<int16_t> samples(4000, 12345);
+  ULONG value = 33;
+  ULONG size = sizeof(value);
+  ULONG status = 99;
+  // A rounding from before would trap late on the x87.
+  std::feclearexcept(FE_ALL_EXCEPT);
+  feenableexcept(FE_INEXACT);
+  CPOPS* const filter = Make(&status);
+  const ULONG answers[] = {
+      status,
+      filter->SetParameter(POPS_ID_FLOOR, value),
+      filter->SetParameterBlock(POPS_ID_FLOOR, &value, size),
+      filter->GetParameter(POPS_ID_FLOOR, &value),
+      filter->GetParameterBlock(POPS_ID_FLOOR, &value, &size),
+      filter->SubmitPinData(0, samples.data(), 8000, samples.data(), 8000, 0),
   };
-  const std::vector<int16_t> expected = run();
-  std::fesetround(FE_UPWARD);
-  const std::vector<int16_t> poisoned = run();
-  const int roundingAfter = std::fegetround();
-  std::fesetround(FE_TONEAREST);
-  EXPECT_EQ(roundingAfter, FE_UPWARD);
-  EXPECT_EQ(poisoned, expected);
+  delete filter;
+  const int trapping = fegetexcept();
+  fedisableexcept(FE_INEXACT);
+  EXPECT_EQ(trapping, FE_INEXACT);
+  for (const ULONG answer : answers)
+    EXPECT_EQ(answer, POPS_OK);
 }
 
 TEST_F(GuardedFilter, NothingLeaksWhateverFails) {
@@ -151,6 +154,7 @@ NTSTATUS NTAPI EmptyEntry(PDRIVER_OBJECT /*driver*/, PUNICODE_STRING /*path*/) {
 }
 
 TEST_F(GuardedFilter, ADevicesKeyIsOpenedAndClosedWithoutAValue) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
   const zr::host::LoadedDriver bus(&EmptyEntry);
   PDEVICE_OBJECT device = nullptr;
   ASSERT_EQ(IoCreateDevice(bus.Object(), 0, nullptr, FILE_DEVICE_UNKNOWN, 0, FALSE, &device),
@@ -159,6 +163,13 @@ TEST_F(GuardedFilter, ADevicesKeyIsOpenedAndClosedWithoutAValue) {
   ULONG status = 99;
   CPOPS* const filter = Make(&status, device);
   EXPECT_EQ(status, POPS_OK);
+  EXPECT_EQ(zr::host::OpenKeyCount(), 0U);
+  {
+    // Where a key must not be opened, the attempt shows.
+    const zr::host::AtIrql dispatch(DISPATCH_LEVEL);
+    EXPECT_DEATH(Make(&status, device), "IoOpenDeviceRegistryKey");
+    EXPECT_DEATH(delete filter, "IoOpenDeviceRegistryKey");
+  }
   delete filter;
   EXPECT_EQ(zr::host::OpenKeyCount(), 0U);
   IoDeleteDevice(device);

@@ -18,7 +18,8 @@ struct FormatRow {
   const char* what;
 };
 
-const AltSetFormat kUntouched = {0, 0, 0, 0};
+// What the row holds before each descriptor.
+const AltSetFormat kUntouched = {1, 8, 4, 12345};
 
 const FormatRow kFormatRows[] = {
     {{0x0B, 0x24, 2, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, {1, 16, 1, 16000}, "one rate"},
@@ -30,18 +31,20 @@ const FormatRow kFormatRows[] = {
      "a continuous range"},
     {{0x0B, 0x24, 2, 1, 0, 2, 16, 1, 0x80, 0x3E, 0}, {0, 16, 0, 16000}, "no channels"},
     {{0x0B, 0x24, 2, 3, 2, 3, 24, 1, 0, 0x77, 1}, {1, 24, 2, 96000}, "type III, 24-bit rate"},
-    {{0x0C, 0x24, 2, 2, 0, 1, 0, 4, 1, 0x80, 0x3E, 0}, {0, 0, 0, 16000}, "type II alone"},
+    {{0x0C, 0x24, 2, 2, 0, 1, 0, 4, 1, 0x80, 0x3E, 0}, {1, 8, 4, 16000}, "type II, a rate alone"},
+    {{0x0C, 0x24, 2, 2, 0, 1, 0, 4, 0, 0x40, 0x1F, 0}, kUntouched, "type II, a range"},
     {{0x04, 0x24, 2, 9}, kUntouched, "an unknown type"},
     {{0x03, 0x24, 2}, kUntouched, "too short for a type"},
     {{0x07, 0x24, 2, 1, 1, 2, 16}, kUntouched, "type I without its last fixed field"},
     {{0x08, 0x24, 2, 2, 0, 1, 0, 4}, kUntouched, "type II without its last fixed field"},
-    {{0x08, 0x24, 2, 1, 1, 2, 16, 3}, {0, 16, 1, 0}, "rates that do not fit"},
+    {{0x0A, 0x24, 2, 1, 1, 2, 16, 3, 0x40, 0x1F}, {0, 16, 1, 0}, "rates that do not fit"},
     {{0x0C, 0x24, 2, 1, 1, 2, 16, 200, 0x80, 0x3E, 0, 9},
      {1, 16, 1, 16000},
      "a list that ends at the last whole rate"},
     {{0x0B, 0x24, 1, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, kUntouched, "another subtype"},
     {{0x0B, 0x25, 2, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, kUntouched, "an endpoint's descriptor"},
     {{0x02, 0x24}, kUntouched, "a descriptor of two bytes"},
+    {{0x00, 0x24, 2, 1, 1, 2, 16, 0}, kUntouched, "no length: the walk ends"},
 };
 
 bool operator==(const AltSetFormat& a, const AltSetFormat& b) {
@@ -59,83 +62,60 @@ class Descriptors : public testing::Test {
 
 TEST_F(Descriptors, FormatTypesFillTheirRow) {
   for (const auto& row : kFormatRows) {
-    InterceptedDevice device;
-    device.SelectConfiguration(ConfigurationOf({row.descriptor}));
-    EXPECT_TRUE(device.Interception().FormatOf(1) == row.expected) << row.what;
+    device_.SelectConfiguration(ConfigurationOf({TypeOneFormat(8, 4, {12345})}));
+    device_.SelectConfiguration(ConfigurationOf({row.descriptor}));
+    EXPECT_TRUE(Row(1) == row.expected) << row.what;
   }
 }
 
 TEST_F(Descriptors, RowsLastUntilADescriptorTouchesThem) {
-  device_.SelectConfiguration(
-      ConfigurationOf({TypeOneFormat(16, 1, {8000}), TypeOneFormat(16, 1, {48000})}));
+  const Bytes typeTwo = {0x0C, 0x24, 2, 2, 0, 1, 0, 4, 1, 0x80, 0x3E, 0};
+  device_.SelectConfiguration(ConfigurationOf({typeTwo, TypeOneFormat(16, 1, {48000})}));
+  EXPECT_TRUE((Row(1) == AltSetFormat{0, 0, 0, 16000})) << "type II over an empty row";
+  device_.answer = [](PIRP irp) { return CompleteWith(irp, STATUS_UNSUCCESSFUL); };
+  device_.SelectConfiguration(ConfigurationOf({TypeOneFormat(16, 1, {8000})}));
+  EXPECT_EQ(Row(1).SamplesPerSecond, 8000U) << "a failed selection counts like any other";
   device_.SelectConfiguration({});
   EXPECT_EQ(Row(1).SamplesPerSecond, 8000U) << "no descriptor";
-  device_.SelectConfiguration(ConfigurationOf({{0x0C, 0x24, 2, 2, 0, 1, 0, 4, 1, 0x80, 0x3E, 0}}));
-  EXPECT_TRUE((Row(1) == AltSetFormat{1, 16, 1, 16000})) << "type II over a valid row";
   EXPECT_EQ(Row(2).SamplesPerSecond, 48000U) << "a row that is not described";
 }
 
+// A format behind two interface descriptors: the first is an audio stream of setting 1.
 TEST_F(Descriptors, OnlyAudioStreamingInterfacesCount) {
+  constexpr ULONG kNone = MAX_ALT_SETS_SUPPORTED;
   struct Row {
     UCHAR length;
     UCHAR setting;
     UCHAR interfaceClass;
     UCHAR subClass;
-    bool isRead;
+    ULONG described;
   };
-  const Row rows[] = {{9, 19, 1, 2, true},  {9, 20, 1, 2, false}, {9, 1, 1, 1, false},
-                      {9, 1, 14, 2, false}, {11, 1, 1, 2, true},  {10, 1, 1, 2, false}};
+  const Row rows[] = {{9, 19, 1, 2, 19},    {9, 20, 1, 2, kNone}, {9, 3, 1, 1, kNone},
+                      {9, 3, 14, 2, kNone}, {11, 3, 1, 2, 3},     {10, 3, 14, 2, 1}};
   for (const auto& row : rows) {
     InterceptedDevice device;
-    Bytes bytes = {9,
-                   2,
-                   0,
-                   0,
-                   1,
-                   1,
-                   0,
-                   0x80,
-                   50,
-                   row.length,
-                   4,
-                   1,
-                   row.setting,
-                   1,
-                   row.interfaceClass,
-                   row.subClass,
-                   0,
-                   0};
-    bytes.resize(9U + row.length);
+    Bytes bytes = {row.length, 4, 1, row.setting, 1, row.interfaceClass, row.subClass};
+    bytes.resize(row.length);
     const Bytes format = TypeOneFormat(16, 1, {8000});
     bytes.insert(bytes.end(), format.begin(), format.end());
-    bytes[2] = static_cast<UCHAR>(bytes.size());
-    device.SelectConfiguration(bytes);
-    ULONG valid = 0;
+    device.SelectConfiguration(ConfigurationOf({bytes}));
     for (ULONG i = 0; i < MAX_ALT_SETS_SUPPORTED; ++i) {
-      valid += device.Interception().FormatOf(i).Valid;
+      EXPECT_EQ(device.Interception().FormatOf(i).Valid, i == row.described ? 1U : 0U)
+          << "length " << int{row.length} << " setting " << int{row.setting} << " row " << i;
     }
-    EXPECT_EQ(valid, row.isRead ? 1U : 0U)
-        << "length " << int{row.length} << " setting " << int{row.setting};
   }
 }
 
-TEST_F(Descriptors, TheWalkEndsAndStaysInsideOnEveryInput) {
+// Every length that the header may claim, over a block of just that length.
+TEST_F(Descriptors, AFormatCountsOnceItIsWhole) {
   const Bytes whole = ConfigurationOf({TypeOneFormat(16, 1, {8000, 16000})});
-  // Every length that the header may claim, over a block of just that length; every byte at 0, 1,
-  // 255.
   for (std::size_t length = 0; length <= whole.size(); ++length) {
     Bytes bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
     bytes.resize(std::max<std::size_t>(length, 4));
     bytes[2] = static_cast<UCHAR>(length);
     bytes[3] = 0;
     device_.SelectConfiguration(bytes);
-  }
-  for (std::size_t at = 4; at < whole.size(); ++at) {
-    for (const unsigned value : {0U, 1U, 2U, 255U}) {
-      Bytes bytes = whole;
-      bytes[at] = static_cast<UCHAR>(value);
-      device_.SelectConfiguration(bytes);
-    }
+    EXPECT_EQ(Row(1).Valid, length >= 9 + 9 + 14 ? 1U : 0U) << length;
   }
 }
 

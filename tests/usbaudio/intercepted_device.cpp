@@ -119,10 +119,10 @@ NTSTATUS InterceptedDevice::SelectConfiguration(const std::vector<UCHAR>& descri
   return SendUrb(&urb);
 }
 
-NTSTATUS InterceptedDevice::SelectInterface(UCHAR alternateSetting, ULONG pipes) {
+NTSTATUS InterceptedDevice::SelectInterfaceOfLength(UCHAR alternateSetting, USHORT length) {
   URB urb = {};
   urb.UrbHeader.Function = URB_FUNCTION_SELECT_INTERFACE;
-  urb.UrbSelectInterface.Interface.Length = InterfaceInformationLength(pipes);
+  urb.UrbSelectInterface.Interface.Length = length;
   urb.UrbSelectInterface.Interface.AlternateSetting = alternateSetting;
   return SendUrb(&urb);
 }

@@ -96,7 +96,10 @@ class InterceptedDevice {
     return Send(IRP_MJ_INTERNAL_DEVICE_CONTROL, IOCTL_INTERNAL_USB_SUBMIT_URB, urb);
   }
   NTSTATUS SelectConfiguration(const std::vector<UCHAR>& descriptor);
-  NTSTATUS SelectInterface(UCHAR alternateSetting, ULONG pipes = 1);
+  NTSTATUS SelectInterface(UCHAR alternateSetting, ULONG pipes = 1) {
+    return SelectInterfaceOfLength(alternateSetting, InterfaceInformationLength(pipes));
+  }
+  NTSTATUS SelectInterfaceOfLength(UCHAR alternateSetting, USHORT length);
   /// Both selections of one alternate setting with this format.
   void SelectFormat(UCHAR bits, UCHAR channels, ULONG hertz);
 

@@ -182,11 +182,14 @@ TEST_F(Isoch, TheBufferIsAsLargeAsItWasOnTheWayDown) {
   EXPECT_EQ(urb.Packets()[0].Length, 8U);
 }
 
-TEST_F(Isoch, AFrameThatAHeldBytePushesOutIsLeftOutWhole) {
+TEST_F(Isoch, AHeldByteIsLostWithoutAudioOrPushesAFrameOut) {
   InterceptedDevice device;
   device.SelectFormat(16, 1, 8000);
-  IsochUrb first({{0, 1, 0}}, CountingBytes(8));
-  device.SendUrb(first.Urb());
+  for (const ULONG length : {1U, 0U, 1U}) {
+    IsochUrb urb({{0, length, 0}}, CountingBytes(8));
+    device.SendUrb(urb.Urb());
+    EXPECT_EQ(urb.Packets()[0].Length, 0U) << "the two bytes make no sample";
+  }
   PerfHooks.PerfDebugSink.Set(&KeepLine);
   // 15 bytes fill the buffer; with the held one they are 16.
   IsochUrb full({{0, 15, 0}}, CountingBytes(15));
@@ -196,53 +199,59 @@ TEST_F(Isoch, AFrameThatAHeldBytePushesOutIsLeftOutWhole) {
   EXPECT_NE(lines[0].find("No room"), std::string::npos);
 }
 
-// Packets of any kind carry a stream; gathered, it equals the filter's own output over that stream.
+// The byte of a clicked tone at a position of the stream, wherever a packet cuts its sample.
+UCHAR ToneByte(ULONG position) {
+  const ULONG index = position / 2;
+  const double value = index % 37 == 20 ? 32000 : 6000 * std::sin(0.03 * index);
+  const auto sample = static_cast<uint16_t>(static_cast<int16_t>(value));
+  return static_cast<UCHAR>(position % 2 == 0 ? sample : sample >> 8);
+}
+
+// Packets of any kind and length carry a stream; gathered, it equals the filter's own output over
+// that stream. The held byte joins the transfers, a selection drops it and flushes.
 TEST_F(Isoch, AStreamInPacketsEqualsTheFilterOverTheStream) {
+  constexpr ULONG kSlot = 101;
   std::mt19937 random(21);
   InterceptedDevice device;
   device.SelectFormat(16, 1, 48000);
   POPSState* reference = nullptr;
-  {
-    // The driver's memory is tracked: so is the reference's.
-    ASSERT_EQ(POPSCreate(&reference), POPS_OK);
-  }
-  int position = 0;
-  std::vector<int16_t> gathered;
+  ASSERT_EQ(POPSCreate(&reference), POPS_OK);
+  ULONG position = 0;
+  std::vector<UCHAR> gathered;
   std::vector<int16_t> expected;
-  for (int transfer = 0; transfer < 400; ++transfer) {
-    std::vector<USBD_ISO_PACKET_DESCRIPTOR> packets;
-    std::vector<int16_t> block;
-    const ULONG slot = 100;
-    std::vector<UCHAR> bytes(10 * slot);
-    for (ULONG i = 0; i < 10; ++i) {
-      const bool isFailed = random() % 16 == 0;
-      const ULONG samples = random() % 8 == 0 ? 0 : static_cast<ULONG>(40 + random() % 11);
-      packets.push_back({i * slot, 2 * samples, isFailed ? kFailed : 0});
-      for (ULONG s = 0; s < samples; ++s) {
-        double value = 6000.0 * std::sin(0.03 * position++);
-        if (random() % 300 == 0) value = random() % 2 == 0 ? 32000.0 : -32000.0;
-        const auto sample = static_cast<int16_t>(value);
-        std::memcpy(&bytes[i * slot + 2 * s], &sample, 2);
-        if (!isFailed) block.push_back(sample);
+  for (int stretch = 0; stretch < 200; ++stretch) {
+    std::vector<UCHAR> stream;
+    for (int transfer = 0; transfer < 5; ++transfer) {
+      std::vector<USBD_ISO_PACKET_DESCRIPTOR> packets;
+      std::vector<UCHAR> bytes(6 * kSlot, 0xEE);
+      for (ULONG offset = 0; offset < bytes.size(); offset += kSlot) {
+        const bool isFailed = random() % 16 == 0;
+        const auto length = static_cast<ULONG>(random() % 8 == 0 ? 0 : 80 + random() % 22);
+        packets.push_back({offset, length, isFailed ? kFailed : 0});
+        for (ULONG i = 0; !isFailed && i < length; ++i)
+          stream.push_back(bytes[offset + i] = ToneByte(position++));
+      }
+      IsochUrb urb(packets, bytes);
+      ASSERT_EQ(device.SendUrb(urb.Urb()), STATUS_SUCCESS);
+      for (std::size_t i = 0; i < packets.size(); ++i) {
+        const auto& packet = urb.Packets()[i];
+        if (!USBD_SUCCESS(packet.Status)) continue;
+        const UCHAR* const laid = urb.Bytes().data() + packet.Offset;
+        gathered.insert(gathered.end(), laid, laid + packet.Length);
       }
     }
-    IsochUrb urb(packets, bytes);
-    ASSERT_EQ(device.SendUrb(urb.Urb()), STATUS_SUCCESS);
-    for (ULONG i = 0; i < 10; ++i) {
-      const auto& packet = urb.Packets()[i];
-      if (!USBD_SUCCESS(packet.Status)) continue;
-      for (ULONG at = packet.Offset; at < packet.Offset + packet.Length; at += 2) {
-        int16_t sample = 0;
-        std::memcpy(&sample, &urb.Bytes()[at], 2);
-        gathered.push_back(sample);
-      }
-    }
+    position += position % 2;
+    std::vector<int16_t> block(stream.size() / 2);
+    std::memcpy(block.data(), stream.data(), block.size() * 2);
     POPSProcess(reference, static_cast<int32_t>(block.size()), block.data());
     expected.insert(expected.end(), block.begin(), block.end());
+    device.SelectInterface(1);
+    POPSSetParameter(reference, POPS_ID_FLUSH, 1);
   }
   POPSDestroy(reference);
   ASSERT_GT(expected.size(), 100000U);
-  EXPECT_EQ(gathered, expected);
+  ASSERT_EQ(gathered.size(), expected.size() * 2);
+  EXPECT_EQ(std::memcmp(gathered.data(), expected.data(), gathered.size()), 0);
 }
 
 TEST_F(Isoch, ASelectionPutsItsRowInForce) {
@@ -250,11 +259,12 @@ TEST_F(Isoch, ASelectionPutsItsRowInForce) {
     UCHAR bits;
     UCHAR channels;
     ULONG hertz;
-    ULONG fits;  // Bytes that 40 ms hold; one frame more overruns.
+    ULONG fits;  // Bytes that 40 ms hold in 32-bit arithmetic; more overrun.
   };
   const Row rows[] = {{16, 1, 8000, 640},   {16, 1, 11025, 882},  {16, 1, 16000, 1280},
                       {16, 1, 22050, 1764}, {16, 1, 44100, 3528}, {16, 1, 48000, 3840},
-                      {16, 2, 48000, 7680}, {8, 1, 8000, 320},    {4, 1, 8000, 0}};
+                      {16, 2, 48000, 7680}, {8, 1, 8000, 320},    {4, 1, 8000, 0},
+                      {12, 2, 8000, 960},   {16, 8, 6711000, 72}};
   PerfHooks.PerfDebugSink.Set(&KeepLine);
   for (const auto& row : rows) {
     InterceptedDevice device;
@@ -272,15 +282,16 @@ TEST_F(Isoch, ASelectionPutsItsRowInForce) {
   }
 }
 
-TEST_F(Isoch, SelectionsWithoutPipesOrOutOfRangeChangeNothing) {
+TEST_F(Isoch, SelectionsWithoutAPipeOrOutOfRangeChangeNothing) {
   InterceptedDevice device;
   device.SelectFormat(16, 1, 8000);
   EXPECT_EQ(spanResets, 1);
   device.SelectInterface(0, 0);
   device.SelectInterface(20, 1);
-  EXPECT_EQ(spanResets, 1) << "no flush";
+  device.SelectInterfaceOfLength(1, sizeof(USBD_INTERFACE_INFORMATION) - 1);
+  EXPECT_EQ(spanResets, 1) << "none of them begins a stream";
   device.SelectInterface(2, 1);
-  EXPECT_EQ(spanResets, 2) << "an invalid row flushes";
+  EXPECT_EQ(spanResets, 2) << "an invalid row begins one";
   IsochUrb urb({{4, 4, 0}}, CountingBytes(8));
   device.SendUrb(urb.Urb());
   EXPECT_EQ(urb.Packets()[0].Offset, 0U) << "the old format is still in force";

@@ -53,4 +53,24 @@ TEST(Races, NoTransferNoContextNoHoldIsLost) {
   EXPECT_EQ(bytes.load(), kThreads * kTransfers * 64);
 }
 
+// A completion gives its hold on the device up last: a removal that waited for it finds no request.
+TEST(Races, ARemovalWaitsUntilTheLastRequestIsDoneWith) {
+  const LoadedServices services;
+  for (int round = 0; round < 200; ++round) {
+    InterceptedDevice device;
+    std::thread completer;
+    device.answer = [&](PIRP irp) {
+      IoMarkIrpPending(irp);
+      completer = std::thread([irp] { CompleteWith(irp, STATUS_SUCCESS); });
+      EXPECT_EQ(RemoveLockAcquire(nullptr, &device.Lock()), STATUS_SUCCESS);
+      RemoveLockReleaseAndWait(nullptr, &device.Lock());
+      EXPECT_EQ(device.Interception().RequestsInFlight(), 0);
+      return STATUS_PENDING;
+    };
+    EXPECT_EQ(device.SelectInterface(0, 0), STATUS_PENDING);
+    completer.join();
+    RemoveLockInit(&device.Lock());  // Once more removed by the device's destructor.
+  }
+}
+
 }  // namespace

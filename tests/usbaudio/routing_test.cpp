@@ -1,6 +1,8 @@
 // Which requests are taken, and what their way down and up looks like from outside.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <thread>
 
 #include "platform/host/control/pool_control.h"
@@ -100,6 +102,39 @@ TEST_F(Routing, EachFailureInTurnChangesNoOutcome) {
     IsochUrb urb({{0, 32, 0}}, std::vector<UCHAR>(32, 0));
     EXPECT_EQ(device.SendUrb(urb.Urb()), STATUS_SUCCESS);
   }
+}
+
+using LogLine = std::pair<ULONG, std::string>;
+std::vector<LogLine> logLines;
+
+TEST_F(Routing, WhatHappensIsLoggedAtItsLevel) {
+  PerfHooks.PerfDebugSink.Set(
+      [](ULONG level, const char* line) { logLines.emplace_back(level, line); });
+  logLines.clear();
+  {
+    const zr::host::FailNthAllocation failure(1);
+    device_.SelectInterface(1);
+  }
+  device_.SendUrb(nullptr);
+  device_.SelectConfiguration(
+      ConfigurationOf({{0x0E, 0x24, 2, 1, 1, 2, 16, 0, 0x40, 0x1F, 0, 0x80, 0xBB, 0}}));
+  device_.SelectFormat(16, 1, 8000);
+  IsochUrb urb({{0, 1, 0}}, std::vector<UCHAR>(1));
+  device_.SendUrb(urb.Urb());
+  device_.answer = [&urb](PIRP irp) {
+    urb.Urb()->UrbHeader.Function = URB_FUNCTION_CONTROL_TRANSFER;
+    return CompleteWith(irp, STATUS_SUCCESS);
+  };
+  device_.SendUrb(urb.Urb());
+  const LogLine expected[] = {
+      {1, "=>ERR ZRPOPFLT.USBIrps: CUSBIRPs::HandleURB> no memory for IRP context!!\n"},
+      {2, "=>WARN ZRPOPFLT.USBIrps: CUSBIRPs::HandleURB> Invalid URB was passed!!\n"},
+      {2, "ZRPOPFLT.USBIrps: tUpperSamFreq:    0x00BB80 (48000 Hz)\r\n"},
+      {2, "ZRPOPFLT.USBIrps: \tChannel: 1\n"},
+      {2, "ZRPOPFLT.USBIrps: m_pCPOPS->SubmitPinData Failed status 0xb\n"},
+      {1, "=>ERR ZRPOPFLT.USBIrps: CUSBIRPs::CompletionRoutine> HOW DID WE GET HERE??|\n"}};
+  for (const auto& line : expected)
+    EXPECT_EQ(std::ranges::count(logLines, line), 1) << line.second;
 }
 
 TEST(Construction, TellsWhatIsMissing) {
