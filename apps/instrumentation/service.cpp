@@ -154,8 +154,8 @@ Service::Service(PDEVICE_OBJECT physicalDevice)
     : driver_(&Enter),
       physicalDevice_(physicalDevice),
       interfaces_{{this, Kind::kStatistics}, {this, Kind::kDebug}, {this, Kind::kMode}} {
-  if (!NT_SUCCESS(IoCreateDevice(driver_.Object(), sizeof(Service*), nullptr, FILE_DEVICE_UNKNOWN,
-                                 0, FALSE, &device_))) {
+  if (!NT_SUCCESS(IoCreateDevice(driver_.Object(), sizeof(PVOID), nullptr, FILE_DEVICE_UNKNOWN, 0,
+                                 FALSE, &device_))) {
     throw std::runtime_error("the instrumentation service's device cannot be created");
   }
   *static_cast<Service**>(device_->DeviceExtension) = this;

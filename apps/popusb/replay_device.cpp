@@ -14,8 +14,8 @@ NTSTATUS NTAPI ReplayDevice::Enter(PDRIVER_OBJECT driver, PUNICODE_STRING /*regi
 }
 
 ReplayDevice::ReplayDevice(DeviceAddress address) : driver_(&Enter) {
-  if (!NT_SUCCESS(IoCreateDevice(driver_.Object(), sizeof(ReplayDevice*), nullptr,
-                                 FILE_DEVICE_UNKNOWN, 0, FALSE, &device_))) {
+  if (!NT_SUCCESS(IoCreateDevice(driver_.Object(), sizeof(PVOID), nullptr, FILE_DEVICE_UNKNOWN, 0,
+                                 FALSE, &device_))) {
     throw popclean::Failure("there is not enough memory for the recorded device");
   }
   *static_cast<ReplayDevice**>(device_->DeviceExtension) = this;

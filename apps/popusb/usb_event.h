@@ -13,7 +13,7 @@ namespace zr::popusb {
 struct DeviceAddress {
   uint16_t bus = 0;
   uint16_t device = 0;
-  auto operator<=>(const DeviceAddress&) const = default;
+  auto operator<=>(const DeviceAddress&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// A configuration descriptor was read, wholly or its first bytes alone.

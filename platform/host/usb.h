@@ -16,8 +16,7 @@ using USBD_STATUS = LONG;
 inline constexpr USBD_STATUS USBD_STATUS_SUCCESS = 0;
 inline constexpr USBD_STATUS USBD_STATUS_CRC = static_cast<USBD_STATUS>(0xC0000001);
 inline constexpr USBD_STATUS USBD_STATUS_DATA_OVERRUN = static_cast<USBD_STATUS>(0xC0000008);
-inline constexpr USBD_STATUS USBD_STATUS_INVALID_PARAMETER =
-    static_cast<USBD_STATUS>(0x80000300);
+inline constexpr USBD_STATUS USBD_STATUS_INVALID_PARAMETER = static_cast<USBD_STATUS>(0x80000300);
 inline constexpr USBD_STATUS USBD_STATUS_CANCELED = static_cast<USBD_STATUS>(0xC0010000);
 
 #define USBD_SUCCESS(status) (static_cast<USBD_STATUS>(status) >= 0)

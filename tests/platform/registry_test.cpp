@@ -14,7 +14,7 @@
 
 using namespace zr::host;
 using namespace zr::test;
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 namespace {
 
@@ -54,7 +54,7 @@ std::string Wide(const std::u16string& text) {
 
 RTL_QUERY_REGISTRY_TABLE Direct(PVOID destination, ULONG defaultType = REG_NONE,
                                 PVOID defaultData = nullptr, ULONG defaultLength = 0) {
-  PWSTR const name = const_cast<PWSTR>(u"v");
+  auto* const name = const_cast<PWSTR>(u"v");
   return {nullptr,      RTL_QUERY_REGISTRY_DIRECT, name, destination, defaultType, defaultData,
           defaultLength};
 }

@@ -9,7 +9,6 @@
 #include "tests/popusb/read_capture.h"
 
 using namespace zr::test;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using zr::popclean::Failure;
 using zr::popusb::CaptureReader;

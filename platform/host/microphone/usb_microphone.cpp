@@ -58,7 +58,7 @@ NTSTATUS NTAPI UsbMicrophone::Enter(PDRIVER_OBJECT driver, PUNICODE_STRING /*reg
 
 UsbMicrophone::UsbMicrophone(AudioFeed feed, const MicrophoneBehaviour& behaviour)
     : feed_(std::move(feed)), behaviour_(behaviour), driver_(&Enter), random_(behaviour.seed) {
-  const NTSTATUS status = IoCreateDevice(driver_.Object(), sizeof(UsbMicrophone*), nullptr,
+  const NTSTATUS status = IoCreateDevice(driver_.Object(), sizeof(PVOID), nullptr,
                                          FILE_DEVICE_UNKNOWN, 0, FALSE, &device_);
   if (!NT_SUCCESS(status)) throw std::runtime_error("the microphone's device cannot be created");
   OwnerOf(device_) = this;
