@@ -212,7 +212,7 @@ void CapturedDevice::Record(const IsochCompleted& sent, const HeardTransfer& hea
     Append(sentBytes, bytes);
     Append(heardBytes, BytesOf(heard.packets[i], heard.data));
   }
-  if (isDisabled_) {
+  if (isDisabled_ || !filtered_.HasDriver()) {
     stream_->AddUnfiltered(heardBytes);
   } else {
     stream_->Add(sentBytes, heardBytes);

@@ -17,6 +17,7 @@ FilteredDevice::FilteredDevice(host::LoadedDriver& driver, PDEVICE_OBJECT physic
   }
   host::SendPnpRequest(physicalDevice, IRP_MN_START_DEVICE);
   top_ = IoGetAttachedDeviceReference(physicalDevice);
+  hasDriver_ = top_->DriverObject == driver.Object();
 }
 
 FilteredDevice::~FilteredDevice() {

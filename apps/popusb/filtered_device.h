@@ -22,6 +22,7 @@ class FilteredDevice {
   /// Where a class driver sends its requests. The driver is there unless the registry keeps it
   /// away.
   PDEVICE_OBJECT Top() const { return top_; }
+  bool HasDriver() const { return hasDriver_; }
   /// Null without one.
   instrumentation::Service* Service() { return service_ ? &*service_ : nullptr; }
 
@@ -29,6 +30,7 @@ class FilteredDevice {
   PDEVICE_OBJECT const physicalDevice_;
   std::optional<instrumentation::Service> service_;
   PDEVICE_OBJECT top_ = nullptr;
+  bool hasDriver_ = false;
 };
 
 }  // namespace zr::popusb

@@ -46,7 +46,7 @@ void StreamRecording::Write(std::span<const uint8_t> sent, std::span<const uint8
 void StreamRecording::AddUnfiltered(std::span<const uint8_t> bytes) {
   Write(bytes, bytes);
   if (report_.remark.empty()) {
-    report_.remark = "the filter was disabled for a part, and the list of repairs ends there";
+    report_.remark = "the filter was off, and the list of repairs ends where that began";
   }
 }
 
