@@ -13,7 +13,7 @@ build() {
 }
 
 apps/demo/make-material.sh build/material >/dev/null
-for preset in host x86 asan tsan; do
+for preset in host x86 nt asan tsan; do
   build "$preset"
   echo "== $preset: test"
   ctest --preset "$preset" -j "$(nproc)"

@@ -26,7 +26,7 @@ bool IsUsbId(const WCHAR* id, ULONG length) {
 
 }  // namespace
 
-ULONG FilterIsFilterNoLoad(PDEVICE_OBJECT PDO) {
+PAGEABLE_CODE ULONG FilterIsFilterNoLoad(PDEVICE_OBJECT PDO) {
   ULONG value = 0;
   if (!ReadDeviceDword(PDO, PLUGPLAY_REGKEY_DRIVER, WIDE_TEXT("ZRPopFltNoLoad"), &value)) return 0;
   const ULONG isSet = value != 0 ? 1 : 0;
@@ -36,7 +36,7 @@ ULONG FilterIsFilterNoLoad(PDEVICE_OBJECT PDO) {
 }
 
 // Between the answer that tells the length and the next question the length may grow.
-PWSTR GetHardwareID(PDEVICE_OBJECT PDO, ULONG* pLength) {
+PAGEABLE_CODE PWSTR GetHardwareID(PDEVICE_OBJECT PDO, ULONG* pLength) {
   constexpr int kAttempts = 4;
   ULONG length = 0;
   NTSTATUS status = IoGetDeviceProperty(PDO, DevicePropertyHardwareID, 0, nullptr, &length);
@@ -62,7 +62,7 @@ PWSTR GetHardwareID(PDEVICE_OBJECT PDO, ULONG* pLength) {
   return reinterpret_cast<PWSTR>(buffer);
 }
 
-ULONG IsDeviceInList(PDRIVER_OBJECT /*DriverObject*/, PDEVICE_OBJECT PDO) {
+PAGEABLE_CODE ULONG IsDeviceInList(PDRIVER_OBJECT /*DriverObject*/, PDEVICE_OBJECT PDO) {
   ULONG length = 0;
   PWSTR const id = GetHardwareID(PDO, &length);
   if (id == nullptr) return 0;
@@ -80,7 +80,7 @@ ULONG IsDeviceInList(PDRIVER_OBJECT /*DriverObject*/, PDEVICE_OBJECT PDO) {
   return isInList;
 }
 
-NTSTATUS NTAPI FilterAddDevice(PDRIVER_OBJECT DriverObject, PDEVICE_OBJECT PDO) {
+PAGEABLE_CODE NTSTATUS NTAPI FilterAddDevice(PDRIVER_OBJECT DriverObject, PDEVICE_OBJECT PDO) {
   if (FilterIsFilterNoLoad(PDO) != 0) {
     LogNotHooked("FilterAddDevice> PDO(0x%lx): Registry Override. Not hooking this device...\n",
                  PDO);

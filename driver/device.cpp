@@ -16,7 +16,8 @@ CDevice::CDevice()
   g_DeviceLog.Log(3, "CDevice::CDevice> Created class: 0x%lx\n", LogWord(this));
 }
 
-NTSTATUS CDevice::Init(PDEVICE_OBJECT pFDO, PDEVICE_OBJECT pLowerDevice, PDEVICE_OBJECT pPDO) {
+PAGEABLE_CODE NTSTATUS CDevice::Init(PDEVICE_OBJECT pFDO, PDEVICE_OBJECT pLowerDevice,
+                                     PDEVICE_OBJECT pPDO) {
   m_pFDO = pFDO;
   m_pLowerDevice = pLowerDevice;
   m_pPDO = pPDO;
@@ -89,7 +90,7 @@ NTSTATUS CDevice::DispatchPower(PIRP Irp) {
   return status;
 }
 
-NTSTATUS CDevice::DispatchPnp(PIRP Irp, ULONG* pDeleted) {
+PAGEABLE_CODE NTSTATUS CDevice::DispatchPnp(PIRP Irp, ULONG* pDeleted) {
   g_DeviceLog.Log(3, "CDevice::DispatchPnp> Received:%s in IRP:0x%lx\n", kNoLogName, LogWord(Irp));
   switch (IoGetCurrentIrpStackLocation(Irp)->MinorFunction) {
     case IRP_MN_START_DEVICE:
@@ -108,7 +109,7 @@ NTSTATUS NTAPI CDevice::OnStartComplete(PDEVICE_OBJECT /*DeviceObject*/, PIRP /*
 }
 
 // The devices below start first; the instrumentation gets its second try however that went.
-NTSTATUS CDevice::StartDevice(PIRP Irp) {
+PAGEABLE_CODE NTSTATUS CDevice::StartDevice(PIRP Irp) {
   KEVENT isComplete;
   KeInitializeEvent(&isComplete, NotificationEvent, FALSE);
   IoCopyCurrentIrpStackLocationToNext(Irp);
@@ -127,7 +128,7 @@ NTSTATUS CDevice::StartDevice(PIRP Irp) {
 
 // The request goes down first, so that the devices below finish what they hold; only then can the
 // wait for the last hold end.
-NTSTATUS CDevice::RemoveDevice(PIRP Irp, ULONG* pDeleted) {
+PAGEABLE_CODE NTSTATUS CDevice::RemoveDevice(PIRP Irp, ULONG* pDeleted) {
   PerfHooks.PerfDetach();
   IoSkipCurrentIrpStackLocation(Irp);
   const NTSTATUS status = IoCallDriver(m_pLowerDevice, Irp);

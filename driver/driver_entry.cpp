@@ -11,8 +11,8 @@
 
 // Each step stands on the one before: a registration calls through the hook table, the list of held
 // interfaces allocates.
-extern "C" NTSTATUS NTAPI DriverEntry(PDRIVER_OBJECT DriverObject,
-                                      PUNICODE_STRING /*RegistryPath*/) {
+extern "C" DISCARDABLE_CODE NTSTATUS NTAPI DriverEntry(PDRIVER_OBJECT DriverObject,
+                                                       PUNICODE_STRING /*RegistryPath*/) {
   PerfHooksInit();
   RegisterDebugModules(nullptr);
   PoolTrackInit();
@@ -44,7 +44,7 @@ NTSTATUS NTAPI FilterDispatch(PDEVICE_OBJECT DeviceObject, PIRP Irp) {
 }
 
 // Held interfaces need the allocator, and nothing may log behind the last step.
-VOID NTAPI FilterUnload(PDRIVER_OBJECT /*DriverObject*/) {
+PAGEABLE_CODE VOID NTAPI FilterUnload(PDRIVER_OBJECT /*DriverObject*/) {
   g_DrvMainLog.Log(1, "FilterUnload> ***** Driver Unloading *****\n");
   StackInterfaceListFree();
   PoolTrackShutdown();

@@ -75,8 +75,9 @@ ULONG CPOPS::Guard() const {
 ULONG CPOPS::GetParameterBlock(ULONG id, PVOID value, PULONG size) {
   if (const ULONG status = Guard()) return status;
   if (size == nullptr || *size == 0 || value == nullptr) return POPS_ERR_NULLARG;
+  const uint32_t room = *size;
   return WithFloatingPoint(POPS_ERR_NOTREADY,
-                           [&] { return POPSGetParameterBlock(m_pState, id, value, size); });
+                           [&] { return POPSGetParameterBlock(m_pState, id, value, &room); });
 }
 
 ULONG CPOPS::SetParameterBlock(ULONG id, const void* value, ULONG size) {
@@ -89,8 +90,11 @@ ULONG CPOPS::SetParameterBlock(ULONG id, const void* value, ULONG size) {
 ULONG CPOPS::GetParameter(ULONG id, PULONG value) {
   if (const ULONG status = Guard()) return status;
   if (value == nullptr) return POPS_ERR_NULLARG;
-  return WithFloatingPoint(POPS_ERR_NOTREADY,
-                           [&] { return POPSGetParameter(m_pState, id, value); });
+  uint32_t current = 0;
+  const ULONG status = WithFloatingPoint(
+      POPS_ERR_NOTREADY, [&] { return POPSGetParameter(m_pState, id, &current); });
+  if (status == POPS_OK) *value = current;
+  return status;
 }
 
 ULONG CPOPS::SetParameter(ULONG id, ULONG value) {

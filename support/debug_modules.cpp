@@ -26,12 +26,12 @@ class WideTag {
   WCHAR text_[kTagRoom];
 };
 
-ULONG ReadLevel(HANDLE key, const WideTag& moduleTag) {
+PAGEABLE_CODE ULONG ReadLevel(HANDLE key, const WideTag& moduleTag) {
   const ULONG common = RegistryGetDword(key, WIDE_TEXT("Default"), kDefaultLevel);
   return RegistryGetDword(key, moduleTag.Text(), common);
 }
 
-ULONG ReadMachineLevel(const WideTag& driverTag, const WideTag& moduleTag) {
+PAGEABLE_CODE ULONG ReadMachineLevel(const WideTag& driverTag, const WideTag& moduleTag) {
   WCHAR path[kPathRoom];
   swprintf(path, WIDE_TEXT("\\Registry\\Machine\\Software\\Brennick\\%s\\Debug"), driverTag.Text());
   HANDLE key = nullptr;
@@ -41,7 +41,8 @@ ULONG ReadMachineLevel(const WideTag& driverTag, const WideTag& moduleTag) {
   return level;
 }
 
-ULONG ReadDeviceLevel(const WideTag& driverTag, const WideTag& moduleTag, PDEVICE_OBJECT device) {
+PAGEABLE_CODE ULONG ReadDeviceLevel(const WideTag& driverTag, const WideTag& moduleTag,
+                                    PDEVICE_OBJECT device) {
   WCHAR path[kPathRoom];
   swprintf(path, WIDE_TEXT("Debug\\%s"), driverTag.Text());
   HANDLE driverKey = nullptr;
@@ -78,14 +79,15 @@ void RegisterDebugModule(PDEVICE_OBJECT device) {
 
 }  // namespace
 
-ULONG ReadModuleDebugLevel(const char* driverTag, const char* moduleTag, PDEVICE_OBJECT device) {
+PAGEABLE_CODE ULONG ReadModuleDebugLevel(const char* driverTag, const char* moduleTag,
+                                         PDEVICE_OBJECT device) {
   const WideTag wideDriverTag(driverTag);
   const WideTag wideModuleTag(moduleTag);
   return device == nullptr ? ReadMachineLevel(wideDriverTag, wideModuleTag)
                            : ReadDeviceLevel(wideDriverTag, wideModuleTag, device);
 }
 
-void RegisterDebugModules(PDEVICE_OBJECT device) {
+PAGEABLE_CODE void RegisterDebugModules(PDEVICE_OBJECT device) {
   RegisterDebugModule<g_DrvMainLog>(device);
   RegisterDebugModule<g_DeviceLog>(device);
   RegisterDebugModule<g_ZDebugLog>(device);

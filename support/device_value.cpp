@@ -3,7 +3,8 @@
 #include <cstddef>
 #include <cstring>
 
-bool ReadDeviceDword(PDEVICE_OBJECT physicalDevice, ULONG keyType, PCWSTR name, ULONG* value) {
+PAGEABLE_CODE bool ReadDeviceDword(PDEVICE_OBJECT physicalDevice, ULONG keyType, PCWSTR name,
+                                   ULONG* value) {
   HANDLE key = nullptr;
   if (!NT_SUCCESS(IoOpenDeviceRegistryKey(physicalDevice, keyType, KEY_QUERY_VALUE, &key))) {
     return false;

@@ -24,7 +24,7 @@ void ForEachServiceHook(Change change) {
             table.PerfModeReserved, table.PerfModeEnableStat);
 }
 
-LONG RegisterModule(const char* tag, ULONG level, DbgSetModuleStateRoutine callback) {
+PAGEABLE_CODE LONG RegisterModule(const char* tag, ULONG level, DbgSetModuleStateRoutine callback) {
   const LONG count = InterlockedIncrement(&ModuleCount);
   if (count > kMostModules) {
     InterlockedExchange(&ModuleCount, kMostModules);
@@ -51,7 +51,7 @@ void ForgetState() {
 
 }  // namespace
 
-void PerfHooksInit() {
+PAGEABLE_CODE void PerfHooksInit() {
   PerfHooks.PerfAttach.Set(&AttachToService);
   PerfHooks.PerfDetach.Set(&DetachFromService);
   PerfHooks.PerfHookDriver.Set(&WrapDriver);
@@ -67,7 +67,7 @@ void SetServiceHooksIdle() {
   ForEachServiceHook([](auto& hook) { hook.SetIdle(); });
 }
 
-void PerfHooksShutdown() {
+PAGEABLE_CODE void PerfHooksShutdown() {
   PerfHooks.PerfAttach.SetStop();
   PerfHooks.PerfDetach.SetStop();
   PerfHooks.PerfHookDriver.SetStop();

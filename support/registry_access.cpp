@@ -6,7 +6,7 @@
 namespace {
 
 // The default of an entry is what its destination holds already.
-void PrepareEntry(RTL_QUERY_REGISTRY_TABLE& entry) {
+PAGEABLE_CODE void PrepareEntry(RTL_QUERY_REGISTRY_TABLE& entry) {
   entry.Flags = RTL_QUERY_REGISTRY_DIRECT;
   if (entry.DefaultType == REG_SZ) {
     entry.DefaultData = static_cast<PUNICODE_STRING>(entry.EntryContext)->Buffer;
@@ -19,13 +19,14 @@ void PrepareEntry(RTL_QUERY_REGISTRY_TABLE& entry) {
 
 }  // namespace
 
-NTSTATUS RegistryOpenKey(HANDLE root, ACCESS_MASK desiredAccess, PCWSTR path, PHANDLE key) {
+PAGEABLE_CODE NTSTATUS RegistryOpenKey(HANDLE root, ACCESS_MASK desiredAccess, PCWSTR path,
+                                       PHANDLE key) {
   UNICODE_STRING name;
   RtlInitUnicodeString(&name, path);
   OBJECT_ATTRIBUTES attributes;
   InitializeObjectAttributes(&attributes, &name, OBJ_CASE_INSENSITIVE, root, nullptr);
   const NTSTATUS status = ZwOpenKey(key, desiredAccess, &attributes);
-  const auto shown = static_cast<ULONG>(status);
+  const auto shown = static_cast<unsigned>(status);
   if (status == STATUS_INVALID_HANDLE) {
     g_RegistryLog.Log(3, "ZwOpenKey failed status=0x%08x (STATUS_INVALID_HANDLE)\n", shown);
   } else if (status == STATUS_ACCESS_DENIED) {
@@ -36,7 +37,7 @@ NTSTATUS RegistryOpenKey(HANDLE root, ACCESS_MASK desiredAccess, PCWSTR path, PH
   return status;
 }
 
-NTSTATUS RegistryQueryTable(HANDLE key, PRTL_QUERY_REGISTRY_TABLE table) {
+PAGEABLE_CODE NTSTATUS RegistryQueryTable(HANDLE key, PRTL_QUERY_REGISTRY_TABLE table) {
   for (PRTL_QUERY_REGISTRY_TABLE entry = table; entry->Name != nullptr; ++entry) {
     PrepareEntry(*entry);
   }
@@ -44,11 +45,11 @@ NTSTATUS RegistryQueryTable(HANDLE key, PRTL_QUERY_REGISTRY_TABLE table) {
                                 nullptr);
 }
 
-ULONG RegistryGetDword(HANDLE key, PCWSTR name, ULONG defaultValue) {
+PAGEABLE_CODE ULONG RegistryGetDword(HANDLE key, PCWSTR name, ULONG defaultValue) {
   return RegistryGetDwordEx(key, name, defaultValue, nullptr);
 }
 
-ULONG RegistryGetDwordEx(HANDLE key, PCWSTR name, ULONG defaultValue, ULONG* found) {
+PAGEABLE_CODE ULONG RegistryGetDwordEx(HANDLE key, PCWSTR name, ULONG defaultValue, ULONG* found) {
   ULONG value = defaultValue;
   RTL_QUERY_REGISTRY_TABLE table[2] = {};
   table[0].Name = const_cast<PWSTR>(name);
@@ -59,7 +60,7 @@ ULONG RegistryGetDwordEx(HANDLE key, PCWSTR name, ULONG defaultValue, ULONG* fou
   return isRead ? value : defaultValue;
 }
 
-ULONG RegistrySetDword(HANDLE key, PCWSTR name, ULONG value) {
+PAGEABLE_CODE ULONG RegistrySetDword(HANDLE key, PCWSTR name, ULONG value) {
   UNICODE_STRING valueName;
   RtlInitUnicodeString(&valueName, name);
   return NT_SUCCESS(ZwSetValueKey(key, &valueName, 0, REG_DWORD, &value, sizeof(value))) ? 1 : 0;

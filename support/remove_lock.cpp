@@ -22,7 +22,7 @@ void RemoveLockRelease(PIRP /*irp*/, RemoveLock* lock) {
   }
 }
 
-void RemoveLockReleaseAndWait(PIRP irp, RemoveLock* lock) {
+PAGEABLE_CODE void RemoveLockReleaseAndWait(PIRP irp, RemoveLock* lock) {
   lock->Removed.store(1, std::memory_order_seq_cst);
   InterlockedDecrement(&lock->Count);  // The one that it was made with.
   RemoveLockRelease(irp, lock);

@@ -114,7 +114,7 @@ void FreeBlock(PoolBlockHeader* block) {
 
 }  // namespace
 
-void PoolTrackInit() {
+PAGEABLE_CODE void PoolTrackInit() {
   KeInitializeSpinLock(&nonPagedLock);
   KeInitializeMutex(&pagedMutex, 0);
   nonPagedBlocks.Clear();
@@ -130,7 +130,7 @@ void PoolTrackInit() {
   largestRequest.store(0, std::memory_order_relaxed);
 }
 
-void PoolTrackShutdown() {
+PAGEABLE_CODE void PoolTrackShutdown() {
   for (SizeClass& sizeClass : sizeClasses) {
     if (sizeClass.IsUsed == 0) continue;
     ExDeletePagedLookasideList(&sizeClass.Paged);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What no single build can show: the same bits from every preset, and a 32-bit build of the
-# primitives and the filter that keeps to the x87.
+# What no single build can show: the same bits from every preset and from the code in the driver
+# binary, and a 32-bit build of the primitives and the filter that keeps to the x87.
 #
 #   tests/compare_presets.sh BUILD_ROOT MATERIAL_DIR
 set -euo pipefail
@@ -18,7 +18,10 @@ expected="$(digests host)"
 for preset in x86 asan tsan; do
   diff <(echo "$expected") <(digests "$preset") || fail "host and $preset filter differently"
 done
-echo "$(wc -l <<<"$expected") digests of filtered recordings are equal in host, x86, asan, tsan"
+diff <(echo "$expected") <(ZR_DRIVER_BINARY="$build/nt/driver/zrpopflt.sys" \
+  "$build/x86/tests/driver_binary/binary_digest" "$material"/*.pcm) ||
+  fail "host and the driver binary filter differently"
+echo "$(wc -l <<<"$expected") digests of filtered recordings are equal in host, x86, nt, asan, tsan"
 
 disassembly="$(objdump -d "$build"/x86/primitives/libzr_primitives.a \
   "$build"/x86/popfilter/libzr_popfilter.a)"

@@ -17,8 +17,9 @@ constexpr ULONG Tag(const char (&text)[5]) {
 
 }  // namespace
 
-// What the tracked allocator aligns for.
-static_assert(alignof(CUSBIRPs) <= alignof(void*));
+// The tracked allocator aligns for a pointer. The lookaside list of a 32-bit kernel names 8 bytes, but
+// its exchange of 8 bytes works at any address.
+static_assert(alignof(CUSBIRPs) <= alignof(void*) || sizeof(void*) == 4);
 
 void* CUSBIRPs::operator new(std::size_t size, POOL_TYPE poolType) noexcept {
   return PoolAllocTracked(poolType, size);
@@ -59,8 +60,9 @@ CUSBIRPs::CUSBIRPs()
   g_USBIrpsLog.Log(3, "CUSBIRPs::CUSBIRPs> Created class: 0x%lx\n", LogWord(this));
 }
 
-NTSTATUS CUSBIRPs::Init(PDEVICE_OBJECT pFDO, PDEVICE_OBJECT pLowerDevice, PDEVICE_OBJECT pPDO,
-                        CDevice* pDevice, RemoveLock* pRemoveLock) {
+PAGEABLE_CODE NTSTATUS CUSBIRPs::Init(PDEVICE_OBJECT pFDO, PDEVICE_OBJECT pLowerDevice,
+                                      PDEVICE_OBJECT pPDO, CDevice* pDevice,
+                                      RemoveLock* pRemoveLock) {
   m_pFDO = pFDO;
   m_pLowerDevice = pLowerDevice;
   m_pPDO = pPDO;

@@ -43,6 +43,11 @@ using KPRIORITY = LONG;
 #define TRUE 1
 #define FALSE 0
 
+/// In front of a definition: code that is discarded after the load, or that runs at PASSIVE_LEVEL
+/// and may be paged out. Here all code stays.
+#define DISCARDABLE_CODE
+#define PAGEABLE_CODE
+
 /// A literal of WCHARs.
 #define WIDE_TEXT(literal) u##literal
 

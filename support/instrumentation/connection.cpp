@@ -129,7 +129,7 @@ class ConnectionHold {
 
 }  // namespace
 
-void ConnectionInit() {
+PAGEABLE_CODE void ConnectionInit() {
   KeInitializeMutex(&connectionMutex, 0);
   owner = {};
   statistics.Forget();
@@ -140,13 +140,14 @@ void ConnectionInit() {
   mode.gate.Init();
 }
 
-ULONG ReadPerfMode(PDEVICE_OBJECT PDO) {
+PAGEABLE_CODE ULONG ReadPerfMode(PDEVICE_OBJECT PDO) {
   ULONG value = 0;
   ReadDeviceDword(PDO, PLUGPLAY_REGKEY_DEVICE, WIDE_TEXT("ZRPerfMode"), &value);
   return value;
 }
 
-void AttachToService(PDEVICE_OBJECT FDO, PDEVICE_OBJECT LowerDevice, PDEVICE_OBJECT PDO) {
+PAGEABLE_CODE void AttachToService(PDEVICE_OBJECT FDO, PDEVICE_OBJECT LowerDevice,
+                                   PDEVICE_OBJECT PDO) {
   const ConnectionHold hold;
   if (owner.PDO != nullptr) return;
   owner = {FDO, LowerDevice, PDO};
@@ -162,7 +163,7 @@ void AttachToService(PDEVICE_OBJECT FDO, PDEVICE_OBJECT LowerDevice, PDEVICE_OBJ
   if (!isConnected) owner = {};
 }
 
-void DetachFromService() {
+PAGEABLE_CODE void DetachFromService() {
   const ConnectionHold hold;
   SetServiceHooksIdle();
   debug.Disconnect();

@@ -52,11 +52,11 @@ NTSTATUS NTAPI PerfDriverDispatch(PDEVICE_OBJECT DeviceObject, PIRP Irp) {
 
 }  // namespace
 
-void DriverWrapInit() {
+PAGEABLE_CODE void DriverWrapInit() {
   wrappedDriver = nullptr;
 }
 
-void WrapDriver(PDRIVER_OBJECT DriverObject) {
+PAGEABLE_CODE void WrapDriver(PDRIVER_OBJECT DriverObject) {
   if (wrappedDriver != nullptr) return;
   std::memcpy(savedDispatch, DriverObject->MajorFunction, sizeof(savedDispatch));
   for (PDRIVER_DISPATCH& function : DriverObject->MajorFunction)
@@ -68,7 +68,7 @@ void WrapDriver(PDRIVER_OBJECT DriverObject) {
   wrappedDriver = DriverObject;
 }
 
-void UnwrapDriver() {
+PAGEABLE_CODE void UnwrapDriver() {
   if (wrappedDriver == nullptr) return;
   std::memcpy(wrappedDriver->MajorFunction, savedDispatch, sizeof(savedDispatch));
   wrappedDriver = nullptr;

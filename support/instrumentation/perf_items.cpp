@@ -7,7 +7,7 @@ namespace {
 constexpr ULONG kDisablerFlag = 0;
 }  // namespace
 
-void NamePerfItems() {
+PAGEABLE_CODE void NamePerfItems() {
   PerfHooks.PerfSetName(kStatFilterTime, "% Time spent in POPS Filter");
   PerfHooks.PerfRegisterGlobalFlag(kDisablerFlag, "POP Filter Disabler", &OnChangeGlobalFlagHandler,
                                    &g_ulDisablePopFilter);

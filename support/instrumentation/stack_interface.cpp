@@ -19,10 +19,10 @@ KMUTEX listMutex;
 HeldInterface* firstHeld = nullptr;
 LONG startCount = -1;
 
-NTSTATUS TakeList() {
+PAGEABLE_CODE NTSTATUS TakeList() {
   return KeWaitForSingleObject(&listMutex, Executive, KernelMode, FALSE, nullptr);
 }
-void GiveList() {
+PAGEABLE_CODE void GiveList() {
   KeReleaseMutex(&listMutex, FALSE);
 }
 
@@ -42,7 +42,7 @@ HeldInterface* RecordOf(StackInterface* wanted) {
 }
 
 // Sends the query through the whole stack and waits for its answer.
-ULONG Query(PDEVICE_OBJECT LowerDevice, const GUID* guid, StackInterface* answer) {
+PAGEABLE_CODE ULONG Query(PDEVICE_OBJECT LowerDevice, const GUID* guid, StackInterface* answer) {
   KEVENT isComplete;
   KeInitializeEvent(&isComplete, NotificationEvent, FALSE);
   IO_STATUS_BLOCK outcome = {};
@@ -74,7 +74,7 @@ ULONG Query(PDEVICE_OBJECT LowerDevice, const GUID* guid, StackInterface* answer
 
 }  // namespace
 
-void StackInterfaceListInit() {
+PAGEABLE_CODE void StackInterfaceListInit() {
   if (startCount != -1) {
     ++startCount;
     return;
@@ -84,7 +84,7 @@ void StackInterfaceListInit() {
   firstHeld = nullptr;
 }
 
-void StackInterfaceListFree() {
+PAGEABLE_CODE void StackInterfaceListFree() {
   if (--startCount != 0) return;
   TakeList();
   while (HeldInterface* const held = firstHeld) {
@@ -96,8 +96,8 @@ void StackInterfaceListFree() {
   startCount = -1;  // As before a load.
 }
 
-ULONG StackInterfaceAcquire(PDEVICE_OBJECT LowerDevice, StackInterface** pInterface,
-                            const GUID* pGuid) {
+PAGEABLE_CODE ULONG StackInterfaceAcquire(PDEVICE_OBJECT LowerDevice, StackInterface** pInterface,
+                                          const GUID* pGuid) {
   if (pInterface == nullptr) return kInterfaceNullPointer;
   *pInterface = nullptr;
   auto* const held = new (NonPagedPool) HeldInterface();
@@ -120,7 +120,7 @@ ULONG StackInterfaceAcquire(PDEVICE_OBJECT LowerDevice, StackInterface** pInterf
   return kInterfaceOk;
 }
 
-ULONG StackInterfaceFind(StackInterface* Interface, ULONG Remove) {
+PAGEABLE_CODE ULONG StackInterfaceFind(StackInterface* Interface, ULONG Remove) {
   TakeList();
   HeldInterface* held = firstHeld;
   while (held != nullptr && &held->Interface != Interface) {
@@ -131,13 +131,13 @@ ULONG StackInterfaceFind(StackInterface* Interface, ULONG Remove) {
   return held != nullptr ? 1 : 0;
 }
 
-ULONG StackInterfaceGetTable(StackInterface* Interface, PVOID Table, ULONG Size) {
+PAGEABLE_CODE ULONG StackInterfaceGetTable(StackInterface* Interface, PVOID Table, ULONG Size) {
   if (Table == nullptr) return kInterfaceNullPointer;
   if (StackInterfaceFind(Interface, 0) == 0) return kInterfaceNotHeld;
   return Interface->GetTable(Interface->Context, Table, Size);
 }
 
-ULONG StackInterfaceRelease(StackInterface* Interface) {
+PAGEABLE_CODE ULONG StackInterfaceRelease(StackInterface* Interface) {
   if (StackInterfaceFind(Interface, 1) == 0) return kInterfaceNotHeld;
   const ULONG result = Interface->Dereference(Interface->Context);
   DeleteTracked(RecordOf(Interface));
