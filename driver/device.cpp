@@ -45,26 +45,30 @@ CDevice::~CDevice() {
 }
 
 NTSTATUS CDevice::Dispatch(PIRP Irp, ULONG* pDeleted) {
-  InterlockedIncrement(&m_lInDispatch);
+  const UCHAR major = IoGetCurrentIrpStackLocation(Irp)->MajorFunction;
+  // Refused, there is no hold: this object is not touched any more.
   if (RemoveLockAcquire(Irp, &m_RemoveLock) == STATUS_DELETE_PENDING) {
     g_DeviceLog.Log(kLogError | 1, "CDevice::Dispatch> Delete Pending. Failing IRP!\n");
+    if (major == IRP_MJ_POWER) PoStartNextPowerIrp(Irp);
     Irp->IoStatus.Information = 0;
     Irp->IoStatus.Status = STATUS_DELETE_PENDING;
     IoCompleteRequest(Irp, IO_NO_INCREMENT);
-    InterlockedDecrement(&m_lInDispatch);
     return STATUS_DELETE_PENDING;
   }
-  const UCHAR major = IoGetCurrentIrpStackLocation(Irp)->MajorFunction;
+  InterlockedIncrement(&m_lInDispatch);
   g_DeviceLog.Log(3, "CDevice::Dispatch> Device Object: 0x%lx \tMajorFunction:0x%x\n",
                   LogWord(m_pFDO), unsigned{major});
   if (major == IRP_MJ_POWER) return DispatchPower(Irp);
   if (major == IRP_MJ_PNP) return DispatchPnp(Irp, pDeleted);
 
   ULONG handled = 0;
-  const NTSTATUS status = m_pUSBIRPs->Dispatch(Irp, &handled);
-  if (handled == 0) return DispatchPassThrough(Irp);
+  // The completion of a request that is taken releases its hold, so the object may be gone when
+  // this call returns.
   InterlockedDecrement(&m_lInDispatch);
-  return status;
+  const NTSTATUS status = m_pUSBIRPs->Dispatch(Irp, &handled);
+  if (handled != 0) return status;
+  InterlockedIncrement(&m_lInDispatch);
+  return DispatchPassThrough(Irp);
 }
 
 // The count first: the object may be gone once the hold is.
@@ -120,9 +124,10 @@ PAGEABLE_CODE NTSTATUS CDevice::StartDevice(PIRP Irp) {
     if (status == STATUS_SUCCESS) status = Irp->IoStatus.Status;
   }
   IoCompleteRequest(Irp, IO_NO_INCREMENT);
-  LeaveDispatch(Irp);
+  // Still under the request's hold, so that no removal comes between.
   PerfHooks.PerfAttach(m_pFDO, m_pLowerDevice, m_pPDO);
   NamePerfItems();
+  LeaveDispatch(Irp);
   return status;
 }
 

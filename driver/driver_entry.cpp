@@ -29,6 +29,7 @@ NTSTATUS NTAPI FilterDispatch(PDEVICE_OBJECT DeviceObject, PIRP Irp) {
   CDevice* const device = ExtensionOf(DeviceObject).pDevice;
   if (device == nullptr) {
     g_DrvMainLog.Log(kLogError | 1, "FilterDispatch> No CDevice!!!! Failing IRP!!!\n");
+    if (IoGetCurrentIrpStackLocation(Irp)->MajorFunction == IRP_MJ_POWER) PoStartNextPowerIrp(Irp);
     Irp->IoStatus.Status = STATUS_UNSUCCESSFUL;
     IoCompleteRequest(Irp, IO_NO_INCREMENT);
     return STATUS_UNSUCCESSFUL;

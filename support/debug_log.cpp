@@ -4,12 +4,12 @@
 #include "support/perf_hooks.h"
 #include "support/trace_record.h"
 
-DebugModule g_DrvMainLog("DrvMain");
-DebugModule g_DeviceLog("Device");
-DebugModule g_ZDebugLog("ZDebug");
-DebugModule g_RegistryLog("Registry");
-DebugModule g_OSDepLog("OSDep");
-DebugModule g_USBIrpsLog("USBIrps");
+constinit DebugModule g_DrvMainLog("DrvMain");
+constinit DebugModule g_DeviceLog("Device");
+constinit DebugModule g_ZDebugLog("ZDebug");
+constinit DebugModule g_RegistryLog("Registry");
+constinit DebugModule g_OSDepLog("OSDep");
+constinit DebugModule g_USBIrpsLog("USBIrps");
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include "support/instrumentation/connection.h"
 #include "support/instrumentation/driver_wrap.h"
 
-PerfHookTable PerfHooks;
-ModuleTableEntry ModuleTable[kMostModules];
+constinit PerfHookTable PerfHooks;
+constinit ModuleTableEntry ModuleTable[kMostModules] = {};
 LONG ModuleCount = 0;
-std::atomic<ULONG> g_ulDisablePopFilter = 0;
+constinit std::atomic<ULONG> g_ulDisablePopFilter = 0;
 
 namespace {
 

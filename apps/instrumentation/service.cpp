@@ -48,18 +48,20 @@ struct Service::Operations {
   }
 
   static void Start(PDEVICE_OBJECT pdo, ULONG id) {
-    ChangeStatistic(pdo, id, [](Running& running) { running.startedAt = Now(); });
+    ChangeStatistic(pdo, id, [](Running& running) { running.startedAt.push_back(Now()); });
   }
   static void Stop(PDEVICE_OBJECT pdo, ULONG id) {
     ChangeStatistic(pdo, id, [](Running& running) {
-      if (running.startedAt == 0) return;
+      if (running.startedAt.empty()) return;
       ++running.statistic.intervals;
-      running.statistic.nanoseconds += Now() - std::exchange(running.startedAt, 0);
+      running.statistic.nanoseconds += Now() - running.startedAt.back();
+      running.startedAt.pop_back();
     });
   }
   static void Reset(PDEVICE_OBJECT pdo, ULONG id) {
     ChangeStatistic(pdo, id, [](Running& running) {
-      running = {.statistic = {.name = std::move(running.statistic.name)}};
+      running.startedAt.clear();
+      running.statistic = {.name = std::move(running.statistic.name)};
     });
   }
   static void Add(PDEVICE_OBJECT pdo, ULONG id, ULONG low, ULONG high) {
@@ -114,7 +116,11 @@ struct Service::Operations {
   static ULONG Dereference(PVOID context) {
     Service& self = *static_cast<Interface*>(context)->service;
     const std::lock_guard guard(self.lock_);
-    --self.references_;
+    if (--self.references_ == 0) {
+      // The driver may be gone from here on.
+      self.modules_.clear();
+      self.flags_.clear();
+    }
     return 0;
   }
   static ULONG GetTable(PVOID context, PVOID table, ULONG size) {

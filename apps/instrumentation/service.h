@@ -71,7 +71,7 @@ class Service {
   };
   struct Running {
     Statistic statistic;
-    uint64_t startedAt = 0;
+    std::vector<uint64_t> startedAt;  // Intervals may overlap: several devices, one number.
   };
 
   static NTSTATUS NTAPI Enter(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath);

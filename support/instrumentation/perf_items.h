@@ -7,5 +7,6 @@
 /// Tells the service both; it may hear them again. PASSIVE_LEVEL.
 void NamePerfItems();
 
-/// Called by the service when the flag changes. Context: the word that takes the value.
+/// Called by the service when the flag changes. Value goes into g_ulDisablePopFilter, whatever the
+/// other two are.
 void OnChangeGlobalFlagHandler(PVOID Context, ULONG Index, ULONG Value);

@@ -69,7 +69,10 @@ PAGEABLE_CODE ULONG Query(PDEVICE_OBJECT LowerDevice, const GUID* guid, StackInt
     status = outcome.Status;
   }
   ObDereferenceObject(top);
-  return NT_SUCCESS(status) ? kInterfaceOk : kInterfaceQueryFailed;
+  // A stack that knows no interfaces at all may complete the query as it came, with success.
+  const bool isAnswered =
+      answer->Reference != nullptr && answer->Dereference != nullptr && answer->GetTable != nullptr;
+  return NT_SUCCESS(status) && isAnswered ? kInterfaceOk : kInterfaceQueryFailed;
 }
 
 }  // namespace
