@@ -20,6 +20,7 @@
 #include "support/instrumentation/stack_interface.h"
 #include "support/perf_hooks.h"
 #include "support/tracked_new.h"
+#include "tests/driver/stack_top.h"
 
 using zr::host::LoadedDriver;
 using zr::host::StreamingClient;
@@ -49,9 +50,7 @@ struct Device {
 
   // Transfers that the driver takes, which report to the statistic of the filter's time.
   void Hear(int transfers) {
-    PDEVICE_OBJECT const top = IoGetAttachedDeviceReference(Pdo());
-    ObDereferenceObject(top);
-    StreamingClient client(top);
+    StreamingClient client(zr::test::TopOf(Pdo()));
     client.SelectConfiguration(zr::host::CameraConfiguration());
     client.SelectInterface(zr::host::kMicrophoneInterface, 6, 1);
     int heard = 0;

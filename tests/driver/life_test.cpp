@@ -13,10 +13,12 @@
 #include "platform/host/microphone/usb_microphone.h"
 #include "popfilter/pops.h"
 #include "support/perf_hooks.h"
+#include "tests/driver/stack_top.h"
 
 using zr::host::LoadedDriver;
 using zr::host::StreamingClient;
 using zr::host::UsbMicrophone;
+using zr::test::TopOf;
 
 namespace {
 
@@ -28,12 +30,6 @@ zr::host::AudioFeed ClickedRamp(std::size_t size) {
       room[i] = static_cast<UCHAR>(at % 2 == 0 ? at / 7 : (at / 2 % 997 == 0 ? 0x40 : 0));
     return count;
   };
-}
-
-PDEVICE_OBJECT TopOf(PDEVICE_OBJECT device) {
-  PDEVICE_OBJECT const top = IoGetAttachedDeviceReference(device);
-  ObDereferenceObject(top);
-  return top;
 }
 
 void StartAndSelect(UsbMicrophone& microphone, StreamingClient& client) {
