@@ -1,4 +1,4 @@
-// Rounding that is part of a result: to single precision at a store, and to 16-bit integers.
+// Rounding that is part of a result: to single and double precision, and to integers.
 #pragma once
 
 #include <cfloat>
@@ -21,6 +21,14 @@ inline float RoundToFloat(float value) {
 }
 inline float RoundToFloat(double value) {
   return RoundToFloat(static_cast<float>(value));
+}
+
+/// Drops the range that the registers of the x87 have beyond a double's.
+inline double RoundToDouble(double value) {
+  if constexpr (FLT_EVAL_METHOD != 0) {
+    asm("" : "+m"(value));
+  }
+  return value;
 }
 
 /// Rounds to the nearest integer, ties to even. |value| must stay below 2^31 - 1.

@@ -1,0 +1,8 @@
+// Each prints one line for each primitive of its families: a digest and the primitive's name.
+#pragma once
+
+namespace zr::test {
+
+void PrintPlainDigests();
+
+}  // namespace zr::test

@@ -1,0 +1,138 @@
+// The processor's features against what the system tells of them, and its floating-point control
+// registers against what computations show of them.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <string>
+
+#include "primitives/processor/features.h"
+#include "primitives/processor/floating_point_control.h"
+
+namespace {
+
+std::string FlagsOfTheSystem() {
+  std::ifstream file("/proc/cpuinfo");
+  for (std::string line; std::getline(file, line);)
+    if (line.rfind("flags", 0) == 0) return line + " ";
+  return {};
+}
+
+TEST(Processor, FeaturesAreThoseThatTheSystemTells) {
+  const std::string flags = FlagsOfTheSystem();
+  ASSERT_FALSE(flags.empty());
+  const auto has = [&flags](const char* flag) {
+    return flags.find(" " + std::string(flag) + " ") != std::string::npos ? 1U : 0U;
+  };
+  CpuInfoRecord info = {};
+  info.untouched = 77;
+  info.zero = 1;
+  CpuReadInfo(&info);
+  EXPECT_EQ(CpuHasCpuid(), 1U);
+  EXPECT_GE(CpuMaxLeaf(), 2U);
+  EXPECT_EQ(CpuHasTsc(), has("tsc"));
+  EXPECT_EQ(CpuHasMmx(), has("mmx"));
+  EXPECT_EQ(CpuHasSse(), has("sse"));
+  EXPECT_EQ(CpuHasSse2(), has("sse2"));
+  EXPECT_EQ(CpuHasSse3(), has("pni"));
+  EXPECT_EQ(CpuHasLongMode(), has("lm"));
+  EXPECT_EQ(info.mmx, has("mmx"));
+  EXPECT_EQ(info.sse, has("sse"));
+  EXPECT_EQ(info.sse2, has("sse2"));
+  EXPECT_EQ(info.sse3, has("pni"));
+  EXPECT_EQ(info.longMode, has("lm"));
+  EXPECT_EQ(info.hyperThreading, CpuHasHyperThreading());
+  EXPECT_EQ(info.zero, 0U);
+  EXPECT_EQ(info.untouched, 77U);
+  EXPECT_EQ(CpuVendorIsExpected(), [] {
+    std::ifstream file("/proc/cpuinfo");
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str().find("GenuineIntel") != std::string::npos ? 1U : 0U;
+  }());
+  EXPECT_EQ(CpuHasDaz(), 1U);  // On every processor with SSE2 that is in use.
+  const uint64_t before = CpuReadTimeStamp();
+  EXPECT_LT(before, CpuReadTimeStamp());
+}
+
+float Third(bool onX87) {
+  const volatile float one = 1.0F;
+  const volatile float three = 3.0F;
+  float result = 0;
+  if (onX87) {
+    asm volatile("flds %1\n\tfdivs %2\n\tfstps %0" : "=m"(result) : "m"(one), "m"(three));
+  } else {
+    result = one / three;
+  }
+  return result;
+}
+
+TEST(FloatingPointControl, TheControlWordRounds) {
+  const uint32_t before = FpGetControlWord();
+  constexpr uint32_t kRounding = 0xc00;
+  constexpr uint32_t kUp = 0x800;
+  EXPECT_EQ(FpSetControlWord(kUp, kRounding), before);
+  const float up = Third(true);
+  FpSetControlBits(0x400, kRounding);
+  const float down = Third(true);
+  FpRestoreControlWord(before);
+  EXPECT_EQ(FpGetControlWord(), before);
+  EXPECT_GT(up, down);
+}
+
+TEST(FloatingPointControl, TheAbstractLayoutIsTheSameControl) {
+  const uint32_t before = FpGetControlWord();
+  const struct {
+    uint32_t abstract;
+    uint32_t mask;
+    uint32_t x87;
+    uint32_t x87Mask;
+  } rows[] = {{0x10000, 0x30000, 0x200, 0x300},   {0x20000, 0x30000, 0, 0x300},
+              {0, 0x30000, 0x300, 0x300},         {0x100, 0x300, 0x400, 0xc00},
+              {0x200, 0x300, 0x800, 0xc00},       {0x300, 0x300, 0xc00, 0xc00},
+              {0x40000, 0x40000, 0x1000, 0x1000}, {0x8001b, 0x8001f, 0x37 & ~0x8, 0x3f & ~0x8}};
+  for (const auto& row : rows) {
+    const uint32_t now = FpControlAbstract(row.abstract, row.mask);
+    const uint32_t word = FpGetControlWord();
+    FpRestoreControlWord(before);
+    EXPECT_EQ(now & row.mask, row.abstract) << std::hex << row.abstract;
+    EXPECT_EQ(word & row.x87Mask, row.x87) << std::hex << row.abstract;
+  }
+}
+
+TEST(FloatingPointControl, TheStatusWordTellsWhatHappened) {
+  FpGetAndClearStatusWord();
+  const volatile float zero = 0.0F;
+  const volatile float one = 1.0F;
+  float result = 0;
+  asm volatile("flds %1\n\tfdivs %2\n\tfstps %0" : "=m"(result) : "m"(one), "m"(zero));
+  EXPECT_EQ(FpGetStatusWord() & 0x3f, 0x4U);
+  EXPECT_EQ(FpStatusAbstract(), 0x8U);
+  EXPECT_EQ(FpClearAbstract(), 0x8U);
+  EXPECT_EQ(FpStatusAbstract(), 0U);
+}
+
+TEST(FloatingPointControl, MxcsrRoundsAndComesBack) {
+  const uint32_t before = FpResetMxcsr();
+  EXPECT_EQ(FpGetMxcsr(), 0x1f80U);
+  EXPECT_EQ(FpSetMxcsr(0x4000, 0x6000) & 0x6000, 0U);
+  FpSetMxcsrRounding(0x2000);
+  EXPECT_EQ(FpGetMxcsr() & 0x6000, 0x2000U);
+  FpRestoreMxcsr(before);
+  EXPECT_EQ(FpGetMxcsr(), before);
+}
+
+TEST(FloatingPointControl, TellsNumbersFromTheRest) {
+  using Limits = std::numeric_limits<double>;
+  for (const double number : {0.0, -1.0, Limits::max(), Limits::denorm_min()}) {
+    EXPECT_EQ(FpIsFinite(number), 1U);
+    EXPECT_EQ(FpIsNan(number), 0U);
+  }
+  EXPECT_EQ(FpIsFinite(-Limits::infinity()), 0U);
+  EXPECT_EQ(FpIsNan(Limits::infinity()), 0U);
+  EXPECT_EQ(FpIsFinite(Limits::quiet_NaN()), 0U);
+  EXPECT_EQ(FpIsNan(-Limits::quiet_NaN()), 1U);
+}
+
+}  // namespace
