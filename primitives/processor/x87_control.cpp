@@ -1,10 +1,10 @@
+// The x87: control word and status word, in its own layout and the abstract one.
 #include "primitives/processor/floating_point_control.h"
 
 #include <bit>
 
 namespace {
 
-constexpr uint32_t kMxcsrRounding = 0x6000;
 constexpr uint32_t kPrecision = 0x300;
 constexpr uint32_t kPrecision24 = 0;
 constexpr uint32_t kPrecision53 = 0x200;
@@ -23,10 +23,6 @@ constexpr BitPair kControls[] = {{0x100, 0x400}, {0x200, 0x800}, {0x40000, 0x100
 void LoadControlWord(uint32_t value) {
   const auto word = static_cast<uint16_t>(value);
   asm volatile("fldcw %0" : : "m"(word));
-}
-
-void LoadMxcsr(uint32_t value) {
-  asm volatile("ldmxcsr %0" : : "m"(value));
 }
 
 uint32_t AbstractExceptions(uint32_t x87) {
@@ -60,35 +56,6 @@ uint32_t ControlFromAbstract(uint32_t abstract, uint32_t old) {
 }
 
 }  // namespace
-
-uint32_t FpResetMxcsr() {
-  constexpr uint32_t kMaskedToNearest = 0x1f80;
-  const uint32_t old = FpGetMxcsr();
-  LoadMxcsr(kMaskedToNearest);
-  return old;
-}
-
-uint32_t FpGetMxcsr() {
-  uint32_t value = 0;
-  asm volatile("stmxcsr %0" : "=m"(value));
-  return value;
-}
-
-uint32_t FpSetMxcsr(uint32_t value, uint32_t mask) {
-  const uint32_t old = FpGetMxcsr();
-  LoadMxcsr((old & ~mask) | (value & mask));
-  return old;
-}
-
-void FpSetMxcsrRounding(uint32_t rounding) {
-  const uint32_t old = FpGetMxcsr();
-  const uint32_t wanted = (old & ~kMxcsrRounding) | (rounding & kMxcsrRounding);
-  if (wanted != old) LoadMxcsr(wanted);
-}
-
-void FpRestoreMxcsr(uint32_t value) {
-  LoadMxcsr(value);
-}
 
 uint32_t FpGetControlWord() {
   uint16_t word = 0;
