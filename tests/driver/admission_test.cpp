@@ -78,6 +78,28 @@ TEST_F(Admission, TheHardwareIdDecides) {
   }
 }
 
+TEST_F(Admission, TheRegistryKeepsItOff) {
+  const std::u16string key = zr::host::SoftwareKeyPath(pdo_);
+  const struct {
+    const char* name;
+    ULONG type;
+    std::string data;
+    bool isHooked;
+  } rows[] = {{"one", REG_DWORD, {"\1\0\0\0", 4}, false},
+              {"high bit", REG_DWORD, {"\0\0\0\x80", 4}, false},
+              {"zero", REG_DWORD, {"\0\0\0\0", 4}, true},
+              {"other type", REG_BINARY, {"\1\0\0\0", 4}, true},
+              {"other length", REG_DWORD, {"\1\0", 2}, true}};
+  for (const auto& row : rows) {
+    zr::host::SetRegistryValue(key, u"ZRPopFltNoLoad", row.type, row.data);
+    EXPECT_EQ(Offer(), STATUS_SUCCESS);
+    EXPECT_EQ(IsHooked(), row.isHooked) << row.name;
+    EXPECT_EQ(zr::host::OpenKeyCount(), 0U);
+    if (IsHooked()) zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
+  }
+  zr::host::ClearRegistry();
+}
+
 TEST_F(Admission, ALengthThatGrowsIsAskedForFourTimes) {
   zr::host::GrowHardwareIds(pdo_, 8, 3);
   Offer();
@@ -90,13 +112,17 @@ TEST_F(Admission, ALengthThatGrowsIsAskedForFourTimes) {
 }
 
 TEST_F(Admission, TheDeviceIsLikeTheOneBelow) {
-  Offer();
-  ASSERT_TRUE(IsHooked());
-  const DEVICE_OBJECT& fdo = *pdo_->AttachedDevice;
-  EXPECT_EQ(fdo.DeviceType, 0x1234U);
-  EXPECT_EQ(fdo.Characteristics, 0x100U);
-  EXPECT_EQ(fdo.Flags & 0x6016, DO_DIRECT_IO | DO_POWER_PAGABLE);
-  EXPECT_EQ(fdo.Flags & DO_DEVICE_INITIALIZING, 0U);
+  for (const ULONG inherited : {0x2010U, 0x4004U}) {
+    pdo_->Flags = (pdo_->Flags & ~0x6014U) | inherited;
+    Offer();
+    ASSERT_TRUE(IsHooked());
+    const DEVICE_OBJECT& fdo = *pdo_->AttachedDevice;
+    EXPECT_EQ(fdo.DeviceType, 0x1234U);
+    EXPECT_EQ(fdo.Characteristics, 0x100U);
+    EXPECT_EQ(fdo.Flags & 0x6016, inherited);
+    EXPECT_EQ(fdo.Flags & DO_DEVICE_INITIALIZING, 0U);
+    zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
+  }
 }
 
 TEST_F(Admission, WhatFailsLeavesNothingBehind) {

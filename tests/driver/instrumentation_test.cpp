@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -21,6 +22,7 @@
 #include "support/perf_hooks.h"
 #include "support/tracked_new.h"
 #include "tests/driver/stack_top.h"
+#include "tests/platform/device_stack.h"
 
 using zr::host::LoadedDriver;
 using zr::host::StreamingClient;
@@ -143,7 +145,79 @@ TEST_F(Instrumentation, AServiceThatComesLateIsFoundAtTheStart) {
   EXPECT_EQ(device.service.References(), 0);
   device.Start();
   EXPECT_EQ(device.service.References(), 3);
+  EXPECT_TRUE(device.service.SetFlag("POP Filter Disabler", 0)) << "and gets its names";
   device.Remove();
+}
+
+// Each hook leads to the operation of its name.
+TEST_F(Instrumentation, EveryReportReachesItsOperation) {
+  Device device(driver_);
+  device.Admit();
+  PerfHooks.PerfCounterAdd(20, 9, 0);
+  PerfHooks.PerfCounterSet(20, 5, 1);
+  PerfHooks.PerfCounterAdd(20, 2, 0);
+  PerfHooks.PerfSpanAdd(21, 9, 0);
+  PerfHooks.PerfSpanSet(21, 7, 0);
+  PerfHooks.PerfSpanAdd(21, 0xffffffff, 0xffffffff);
+  PerfHooks.PerfSetName(22, "counter");
+  PerfHooks.PerfSpanName(23, "span");
+  PerfHooks.PerfTimerStart(24);
+  PerfHooks.PerfTimerStop(24);
+  PerfHooks.PerfTimerStop(24);
+  PerfHooks.PerfSpanStart(25);
+  PerfHooks.PerfSpanStop(25);
+  PerfHooks.PerfTimerStart(26);
+  PerfHooks.PerfTimerStop(26);
+  PerfHooks.PerfTimerReset(26);
+  PerfHooks.PerfSpanStart(27);
+  PerfHooks.PerfSpanStop(27);
+  PerfHooks.PerfSpanReset(27);
+  auto statistics = device.service.Statistics();
+  EXPECT_EQ(statistics[20].value, 0x100000007);
+  EXPECT_EQ(statistics[21].value, 6);
+  EXPECT_EQ(statistics[22].name, "counter");
+  EXPECT_EQ(statistics[23].name, "span");
+  EXPECT_EQ(statistics[24].intervals, 1U);
+  EXPECT_EQ(statistics[25].intervals, 1U);
+  EXPECT_EQ(statistics[26].intervals, 0U);
+  EXPECT_EQ(statistics[27].intervals, 0U);
+  device.Remove();
+}
+
+// The service is on the stack of a device that answers as the test says.
+TEST_F(Instrumentation, AStartIsWaitedForAndARemovalDetachesFirst) {
+  std::thread below;
+  bool hasStarted = false;
+  int referencesAtRemoval = -1;
+  const Service* above = nullptr;
+  zr::test::Layer bus([&](PDEVICE_OBJECT /*device*/, PIRP irp) {
+    const UCHAR minor = IoGetCurrentIrpStackLocation(irp)->MinorFunction;
+    if (minor == IRP_MN_START_DEVICE) {
+      IoMarkIrpPending(irp);
+      below = std::thread([&hasStarted, irp] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        hasStarted = true;
+        zr::test::Complete(irp, STATUS_DEVICE_NOT_CONNECTED);
+      });
+      return STATUS_PENDING;
+    }
+    if (minor == IRP_MN_REMOVE_DEVICE) referencesAtRemoval = above->References();
+    return zr::test::Complete(irp, STATUS_NOT_SUPPORTED);
+  });
+  zr::host::SetDeviceProperties(
+      bus.Device(), {.name = u"USB\\Test", .hardwareIds = {u"USB\\VID_1209"}, .description = u""});
+  Service service(bus.Device());
+  above = &service;
+  service.SetAnswers({.statistics = false, .debug = false, .mode = false});
+  EXPECT_EQ(driver_.AddDevice(bus.Device()), STATUS_SUCCESS);
+  service.SetAnswers({});
+  EXPECT_EQ(zr::host::SendPnpRequest(bus.Device(), IRP_MN_START_DEVICE),
+            STATUS_DEVICE_NOT_CONNECTED);
+  EXPECT_TRUE(hasStarted);
+  below.join();
+  EXPECT_EQ(service.References(), 2) << "however the start went";
+  EXPECT_EQ(zr::host::SendPnpRequest(bus.Device(), IRP_MN_REMOVE_DEVICE), STATUS_NOT_SUPPORTED);
+  EXPECT_EQ(referencesAtRemoval, 0);
 }
 
 TEST_F(Instrumentation, OneDeviceOwnsItAndTheRemovalOfAnyEndsIt) {

@@ -14,6 +14,7 @@
 #include "popfilter/pops.h"
 #include "support/perf_hooks.h"
 #include "tests/driver/stack_top.h"
+#include "tests/support/support_fixture.h"
 
 using zr::host::LoadedDriver;
 using zr::host::StreamingClient;
@@ -75,6 +76,7 @@ void Live(int deviceCount, std::size_t audioBytes) {
     }
     driver.Unload();
   }
+  EXPECT_EQ(zr::test::BugCheckOf([] { PerfHooks.PerfCounterAdd(1, 1, 0); }), 0xDEADBEEF);
   EXPECT_EQ(zr::host::DeviceCount(), devicesBefore);
   EXPECT_EQ(zr::host::PoolLeakReport(), "");
 }
