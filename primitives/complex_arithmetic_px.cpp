@@ -144,7 +144,10 @@ int32_t ippsDivC_32fc(const Complex32f* a, float cr, float ci, Complex32f* d, in
   const double m = re * re + im * im;
   // A NaN too.
   if (!(m > 0.0)) return kStatusDivideByZero;
-  return ippsMulC_32fc(a, RoundToFloat(re / m), RoundToFloat(-im / m), d, n);
+  Complex32f reciprocal = {RoundToFloat(re / m), RoundToFloat(-im / m)};
+  // A vector loop widens it again, and of a rounding that it sees gcc 12 then leaves nothing.
+  asm("" : "+m"(reciprocal));
+  return ippsMulC_32fc(a, reciprocal.re, reciprocal.im, d, n);
 }
 int32_t ippsDivC_32fc_I(float cr, float ci, Complex32f* s, int32_t n) {
   return ippsDivC_32fc(s, cr, ci, s, n);

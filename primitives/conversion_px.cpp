@@ -1,5 +1,6 @@
 // Conversions between element types, and complex vectors joined, taken apart and conjugated, px
 // build.
+#include <cstring>
 #include <limits>
 
 #include "primitives/complex_words.h"
@@ -69,16 +70,12 @@ int32_t ImaginaryParts(const Complex* a, Real* d, int32_t n) {
   return ForEachElement([](WordPair<WordOf<Real>> x) { return x.im; }, AsWords(d), n, AsWords(a));
 }
 
-WordPair<uint32_t> Conjugated(WordPair<uint32_t> x) {
-  return {x.re, x.im ^ kSignBit<float>};
-}
-WordPair<uint64_t> Conjugated(WordPair<uint64_t> x) {
-  return {x.re, x.im ^ kSignBit<double>};
-}
-
 template <typename Complex>
 int32_t Conjugate(const Complex* a, Complex* d, int32_t n) {
-  return ForEachElement([](auto x) { return Conjugated(x); }, AsWords(d), n, AsWords(a));
+  const auto conjugate = []<typename Word>(WordPair<Word> x) {
+    return WordPair<Word>{x.re, x.im ^ kSignBit<Word>};
+  };
+  return ForEachElement(conjugate, AsWords(d), n, AsWords(a));
 }
 
 }  // namespace
@@ -154,7 +151,11 @@ int32_t ippsConj_64fc_I(Complex64f* s, int32_t n) {
 int32_t ippsConjFlip_64fc(const Complex64f* a, Complex64f* d, int32_t n) {
   if (const int32_t status = CheckArguments(n, 1, a, d)) return status;
   for (int32_t i = 0; i < n; ++i) {
-    Store(AsWords(d), n - 1 - i, Conjugated(Load(AsWords(a), i)));
+    // Moved whole, and the imaginary part once more over it: two words would have to be joined.
+    const auto* const from = reinterpret_cast<const uint64_t*>(a + i);
+    auto* const to = reinterpret_cast<uint64_t*>(d + (n - 1 - i));
+    std::memcpy(to, from, sizeof(Complex64f));
+    Store(to, 1, Load(from, 1) ^ kSignBit<double>);
   }
   return kStatusOk;
 }

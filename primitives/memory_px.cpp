@@ -63,7 +63,8 @@ int32_t Fill(Element value, Element* d, int32_t n) {
 template <typename Element, typename Passage>
 int32_t Flip(Element* s, int32_t n, Passage passage) {
   if (const int32_t status = CheckArguments(n, 1, s)) return status;
-  for (int32_t low = 0, high = n - 1; low < high; ++low, --high) {
+  for (int32_t low = 0; low < n / 2; ++low) {
+    const int32_t high = n - 1 - low;
     const Element fromLow = passage(Load(s, low));
     Store<Element>(s, low, passage(Load(s, high)));
     Store<Element>(s, high, fromLow);

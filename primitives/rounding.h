@@ -31,13 +31,11 @@ inline double RoundToDouble(double value) {
   return value;
 }
 
-/// Rounds to the nearest integer, ties to even. |value| must stay below 2^31 - 1.
+/// Rounds to the nearest integer, ties to even, for values from -2^31 to 2^31 - 1. Beside this
+/// constant a double has no room for a fraction, so that the sum rounds to an integer.
 inline int32_t RoundTiesToEven(double value) {
-  const double shifted = value < 0.0 ? value - 0.5 : value + 0.5;
-  const auto truncated = static_cast<int32_t>(shifted);
-  const bool isOddTie = (truncated & 1) != 0 && static_cast<double>(truncated) == shifted;
-  if (!isOddTie) return truncated;
-  return truncated < 0 ? truncated + 1 : truncated - 1;
+  constexpr double kNoFraction = 0x1.8p52;
+  return static_cast<int32_t>((value + kNoFraction) - kNoFraction);
 }
 
 }  // namespace zr::primitives

@@ -1,6 +1,7 @@
 // Reductions, px build. The order of the additions fixes the bits of every sum, the order of the
 // comparisons what becomes of NaNs and of zeros of either sign.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <type_traits>
@@ -10,6 +11,7 @@
 #include "primitives/element_words.h"
 #include "primitives/elementwise.h"
 #include "primitives/exact_operations.h"
+#include "primitives/moved_elements.h"
 #include "primitives/scaling.h"
 
 namespace zr::primitives::px {
@@ -114,7 +116,7 @@ struct RunningMaximum {
   int32_t place = 0;
 
   void Take(Element element, int32_t i) {
-    if (element > value) [[unlikely]] *this = {element, i};
+    if (element > value) *this = {element, i};
   }
 };
 
@@ -124,7 +126,7 @@ struct RunningMinimum {
   int32_t place = 0;
 
   void Take(float element, int32_t i) {
-    if (!(element >= value)) [[unlikely]] *this = {element, i};
+    if (!(element >= value)) *this = {element, i};
   }
 };
 
@@ -136,13 +138,6 @@ int32_t PlaceOf(const Element* a, int32_t n) {
     extreme.Take(Load(a, i), i);
   }
   return extreme.place;
-}
-
-template <typename Running, typename Element>
-int32_t FindExtreme(const Element* a, int32_t n, Element* result) {
-  if (const int32_t status = CheckArguments(n, 1, a, result)) return status;
-  StoreWord(result, LoadWord(a + PlaceOf<Running>(a, n)));
-  return kStatusOk;
 }
 
 template <typename Running, typename Element>
@@ -225,7 +220,7 @@ int32_t ippsDotProd_16s32f(const int16_t* a, const int16_t* b, int32_t n, float*
 int32_t ippsMax_16s(const int16_t* a, int32_t n, int16_t* result) {
   if (const int32_t status = CheckArguments(n, 1, a, result)) return status;
   int16_t largest = Load(a, 0);
-  for (int32_t i = 1; i < n; ++i) {
+  for (int32_t i = 0; i < n; ++i) {
     largest = std::max(largest, Load(a, i));
   }
   Store(result, 0, largest);
@@ -234,17 +229,26 @@ int32_t ippsMax_16s(const int16_t* a, int32_t n, int16_t* result) {
 int32_t ippsMin_16s(const int16_t* a, int32_t n, int16_t* result) {
   if (const int32_t status = CheckArguments(n, 1, a, result)) return status;
   int16_t smallest = Load(a, 0);
-  for (int32_t i = 1; i < n; ++i) {
+  for (int32_t i = 0; i < n; ++i) {
     smallest = std::min(smallest, Load(a, i));
   }
   Store(result, 0, smallest);
   return kStatusOk;
 }
 int32_t ippsMax_32f(const float* a, int32_t n, float* result) {
-  return FindExtreme<RunningMaximum<float>>(a, n, result);
+  if (const int32_t status = CheckArguments(n, 1, a, result)) return status;
+  Moved<float> largest = LoadMoved(a);
+  for (int32_t i = 1; i < n; ++i) {
+    const Moved<float> moved = LoadMoved(a + i);
+    largest = std::bit_cast<float>(moved) > std::bit_cast<float>(largest) ? moved : largest;
+  }
+  StoreMoved(result, largest);
+  return kStatusOk;
 }
 int32_t ippsMin_32f(const float* a, int32_t n, float* result) {
-  return FindExtreme<RunningMinimum>(a, n, result);
+  if (const int32_t status = CheckArguments(n, 1, a, result)) return status;
+  StoreWord(result, LoadWord(a + PlaceOf<RunningMinimum>(a, n)));
+  return kStatusOk;
 }
 
 int32_t ippsMaxIndx_16s(const int16_t* a, int32_t n, int16_t* result, int32_t* index) {

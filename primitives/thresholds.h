@@ -1,8 +1,8 @@
-// Vectors held to levels. Each result is an element or its replacement, bit by bit, for i in [0,
-// n).
+// Vectors held to levels, element by element. Each result is the element or its replacement, bit by
+// bit.
 //
-// a is a source, d a destination that may be a, s a vector in place, of n elements each. In place
-// only the elements that change are written. A refused call writes nothing. Where nothing else is
+// a is a source, d a destination that may be a, s a vector in place, of n elements each. In place,
+// elements within the levels are not written. A refused call writes nothing. Where nothing else is
 // said, a primitive returns -8 if a pointer is null, then -6 if n < 1, else 0.
 #pragma once
 

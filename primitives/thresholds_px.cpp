@@ -1,29 +1,14 @@
 // Thresholds, px build. Elements and what replaces them are moved bit by bit.
 #include <bit>
-#include <cfloat>
 #include <type_traits>
 
 #include "primitives/argument_checks.h"
 #include "primitives/dispatch/px_entries.h"
 #include "primitives/element_words.h"
+#include "primitives/moved_elements.h"
 
 namespace zr::primitives::px {
 namespace {
-
-/// What an element is moved as: on the x87 as its word, elsewhere as itself.
-template <typename Element>
-using Moved = std::conditional_t<FLT_EVAL_METHOD == 0, Element, WordOf<Element>>;
-
-/// By address, since on the x87 a copy may have gone through the registers.
-template <typename Element>
-Moved<Element> LoadMoved(const Element* source) {
-  return std::bit_cast<Moved<Element>>(LoadWord(source));
-}
-
-template <typename Element>
-void StoreMoved(Element* destination, Moved<Element> moved) {
-  StoreWord(destination, std::bit_cast<WordOf<Element>>(moved));
-}
 
 /// IsKept and IsBeyond part at an element that equals the level: it has the level's bits already,
 /// but for a zero.
@@ -66,7 +51,7 @@ int32_t LimitInPlace(Element* s, int32_t n, const Element& level) {
   if (const int32_t status = CheckArguments(n, 1, s)) return status;
   const Element limit = level;
   const WordOf<Element> levelWord = LoadWord(&level);
-  if (limit == 0) {
+  if (std::is_floating_point_v<Element> && limit == 0) {
     for (int32_t i = 0; i < n; ++i) {
       const WordOf<Element> word = LoadWord(s + i);
       const bool isKept = Rule::IsKept(std::bit_cast<Element>(word), limit);
@@ -136,13 +121,14 @@ int32_t ippsThreshold_GT_64f_I(double* s, int32_t n, double level) {
 int32_t ippsThreshold_LTValGTVal_64f(const double* a, double* d, int32_t n, double levelLow,
                                      double valueLow, double levelHigh, double valueHigh) {
   if (const int32_t status = CheckBounds(n, levelLow, levelHigh, a, d)) return status;
-  const Moved<double> low = LoadMoved(&valueLow);
-  const Moved<double> high = LoadMoved(&valueHigh);
+  // Between three choices the compiler makes a vector loop of words only.
+  const uint64_t wordLow = LoadWord(&valueLow);
+  const uint64_t wordHigh = LoadWord(&valueHigh);
   for (int32_t i = 0; i < n; ++i) {
-    const Moved<double> moved = LoadMoved(a + i);
-    const auto element = std::bit_cast<double>(moved);
-    const Moved<double> ifNotBelow = element > levelHigh ? high : moved;
-    StoreMoved(d + i, element >= levelLow ? ifNotBelow : low);
+    const uint64_t word = LoadWord(a + i);
+    const auto element = std::bit_cast<double>(word);
+    const uint64_t ifNotBelow = element > levelHigh ? wordHigh : word;
+    StoreWord(d + i, element >= levelLow ? ifNotBelow : wordLow);
   }
   return kStatusOk;
 }

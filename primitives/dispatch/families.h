@@ -35,9 +35,12 @@ struct LeftOut<int32_t (*)(Parameters...)> {
 #define IS_BESIDE_THE_DRIVER IS_IN
 #endif
 #define ENTRY_Random IS_BESIDE_THE_DRIVER
+#define ENTRY_Fft IS_BESIDE_THE_DRIVER
+#define ENTRY_IntegerArithmetic IS_BESIDE_THE_DRIVER
+#define ENTRY_IntegerFunctions IS_BESIDE_THE_DRIVER
+#define ENTRY_Sorting IS_BESIDE_THE_DRIVER
 
 // Not written yet.
-#define ENTRY_Fft IS_OUT
 #define ENTRY_Wavelet IS_OUT
 #define ENTRY_Fir IS_OUT
 #define ENTRY_FirDesign IS_OUT
@@ -46,9 +49,6 @@ struct LeftOut<int32_t (*)(Parameters...)> {
 #define ENTRY_Iir IS_OUT
 #define ENTRY_Resampling IS_OUT
 #define ENTRY_NoiseSuppression IS_OUT
-#define ENTRY_IntegerArithmetic IS_OUT
-#define ENTRY_IntegerFunctions IS_OUT
 #define ENTRY_SingleMath IS_OUT
 #define ENTRY_DoubleMath IS_OUT
 #define ENTRY_ElementaryFunctions IS_OUT
-#define ENTRY_Sorting IS_OUT

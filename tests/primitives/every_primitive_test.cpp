@@ -36,6 +36,7 @@ TEST_P(EveryPrimitive, MayOverwriteItsFirstSource) {
     settings.isInPlace = true;
     const CallOutcome inPlace = GetParam()->Run(settings);
     ASSERT_EQ(inPlace.status, apart.status) << length;
+    if (apart.status < 0) continue;  // Refused, nothing is written.
     ASSERT_EQ(inPlace.outputs, apart.outputs) << length;
   }
 }

@@ -1,98 +1,194 @@
-// Blocks, copies and moves: alignment, refusals and every overlap.
+// Blocks, moves, fills and reversals: alignment, failures, every overlap, and elements kept to the
+// bit.
 #include "primitives/memory.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <numeric>
+#include <vector>
 
 #include "tests/common/test_memory.h"
 
 namespace {
 
+struct Allocator {
+  const char* name;
+  std::size_t elementSize;
+  void* (*allocate)(int32_t length);
+};
+
+constexpr auto kAllocators = std::to_array<Allocator>({
+    {"8u", 1, [](int32_t length) -> void* { return ippsMalloc_8u(length); }},
+    {"8s", 1, [](int32_t length) -> void* { return ippsMalloc_8s(length); }},
+    {"16s", 2, [](int32_t length) -> void* { return ippsMalloc_16s(length); }},
+    {"32f", 4, [](int32_t length) -> void* { return ippsMalloc_32f(length); }},
+    {"64f", 8, [](int32_t length) -> void* { return ippsMalloc_64f(length); }},
+    {"32fc", 8, [](int32_t length) -> void* { return ippsMalloc_32fc(length); }},
+    {"64fc", 16, [](int32_t length) -> void* { return ippsMalloc_64fc(length); }},
+});
+
 constexpr int32_t kLongest = std::numeric_limits<int32_t>::max();
 
 TEST(Memory, BlocksAreAlignedWritableAndGivenBack) {
   const std::size_t before = zr::test::LiveBlockCount();
-  for (int32_t length = 1; length < 70; ++length) {
-    uint8_t* const bytes = ippsMalloc_8u(length);
-    int16_t* const shorts = ippsMalloc_16s(length);
-    float* const floats = ippsMalloc_32f(length);
-    for (void* block : std::array<void*, 3>{bytes, shorts, floats}) {
-      ASSERT_NE(block, nullptr);
-      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 32, 0U);
+  for (const Allocator& allocator : kAllocators) {
+    for (int32_t length = 1; length < 70; ++length) {
+      void* const block = allocator.allocate(length);
+      ASSERT_NE(block, nullptr) << allocator.name;
+      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 32, 0U) << allocator.name;
+      // An overrun shows when the block goes back.
+      std::memset(block, 1, static_cast<std::size_t>(length) * allocator.elementSize);
+      ippsFree(block);
     }
-    // Overruns show when the block goes back.
-    std::memset(bytes, 1, static_cast<std::size_t>(length));
-    std::memset(shorts, 1, static_cast<std::size_t>(length) * sizeof(int16_t));
-    std::memset(floats, 1, static_cast<std::size_t>(length) * sizeof(float));
-    ippsFree(bytes);
-    ippsFree(shorts);
-    ippsFree(floats);
   }
   ippsFree(nullptr);
   EXPECT_EQ(zr::test::LiveBlockCount(), before);
 }
 
-TEST(Memory, IllegalLengthsAskForNothing) {
-  const std::size_t before = zr::test::AllocationCount();
-  for (const int32_t length : {0, -1, std::numeric_limits<int32_t>::min()}) {
-    EXPECT_EQ(ippsMalloc_8u(length), nullptr);
-    EXPECT_EQ(ippsMalloc_16s(length), nullptr);
-    EXPECT_EQ(ippsMalloc_32f(length), nullptr);
-  }
-  EXPECT_EQ(zr::test::AllocationCount(), before);
-}
-
-TEST(Memory, LengthsBeyondTheMachineAndFailuresGiveNull) {
-  EXPECT_EQ(ippsMalloc_16s(kLongest), nullptr);
-  EXPECT_EQ(ippsMalloc_32f(kLongest), nullptr);
-  const zr::test::FailingAllocation failing(1);
-  EXPECT_EQ(ippsMalloc_32f(4), nullptr);
-}
-
-TEST(Memory, CopyAndZeroRefuseWithoutWriting) {
-  std::array<int16_t, 2> shorts = {1, 2};
-  std::array<float, 2> floats = {1.0F, 2.0F};
-  EXPECT_EQ(ippsCopy_16s(nullptr, shorts.data(), 0), -8);
-  EXPECT_EQ(ippsCopy_16s(shorts.data(), nullptr, 2), -8);
-  EXPECT_EQ(ippsCopy_16s(shorts.data() + 1, shorts.data(), 0), -6);
-  EXPECT_EQ(ippsMove_16s(shorts.data() + 1, shorts.data(), -1), -6);
-  EXPECT_EQ(ippsMove_16s(nullptr, shorts.data(), 1), -8);
-  EXPECT_EQ(ippsZero_32f(nullptr, 0), -8);
-  EXPECT_EQ(ippsZero_32f(floats.data(), 0), -6);
-  EXPECT_EQ(shorts, (std::array<int16_t, 2>{1, 2}));
-  EXPECT_EQ(floats, (std::array<float, 2>{1.0F, 2.0F}));
-  EXPECT_EQ(ippsZero_32f(floats.data(), 1), 0);
-  EXPECT_EQ(floats, (std::array<float, 2>{0.0F, 2.0F}));
-}
-
-TEST(Memory, MoveHalvesTheByteDistance) {
-  alignas(int16_t) std::array<unsigned char, 8> bytes = {0, 1, 2, 3, 4, 5, 6, 7};
-  const auto* const even = reinterpret_cast<const int16_t*>(bytes.data() + 2);
-  // The one distance that counts as none: the destination a byte below the source.
-  auto* const below = reinterpret_cast<int16_t*>(bytes.data() + 1);
-  EXPECT_EQ(ippsMove_16s(even, below, 2), 0);
-  EXPECT_EQ(bytes, (std::array<unsigned char, 8>{0, 1, 2, 3, 4, 5, 6, 7}));
-  auto* const above = reinterpret_cast<int16_t*>(bytes.data() + 3);
-  EXPECT_EQ(ippsMove_16s(even, above, 2), 0);
-  EXPECT_EQ(bytes, (std::array<unsigned char, 8>{0, 1, 2, 2, 3, 4, 5, 7}));
-}
-
-TEST(Memory, MoveTakesEveryOverlap) {
-  constexpr int32_t kLength = 100;
-  for (int32_t shift = -kLength; shift <= kLength; ++shift) {
-    std::array<int16_t, 3 * kLength> moved{};
-    std::iota(moved.begin(), moved.end(), int16_t{0});
-    auto expected = moved;
-    for (int32_t i = 0; i < kLength; ++i) {
-      expected[static_cast<std::size_t>(kLength + shift + i)] = static_cast<int16_t>(kLength + i);
+TEST(Memory, WhatCannotBeAllocatedIsNull) {
+  for (const Allocator& allocator : kAllocators) {
+    const std::size_t before = zr::test::AllocationCount();
+    for (const int32_t length : {0, -1, std::numeric_limits<int32_t>::min()}) {
+      EXPECT_EQ(allocator.allocate(length), nullptr) << allocator.name;
     }
-    EXPECT_EQ(ippsMove_16s(moved.data() + kLength, moved.data() + kLength + shift, kLength), 0);
-    EXPECT_EQ(moved, expected) << "shift " << shift;
+    EXPECT_EQ(zr::test::AllocationCount(), before) << allocator.name << " asked for nothing";
+    // A product that wrapped would be small enough for any machine.
+    EXPECT_EQ(allocator.allocate(kLongest), nullptr) << allocator.name;
+    EXPECT_EQ(allocator.allocate(1 << 30), nullptr) << allocator.name;
+    const zr::test::FailingAllocation failing(1);
+    EXPECT_EQ(allocator.allocate(4), nullptr) << allocator.name;
   }
+}
+
+template <auto kPrimitive, typename Element>
+int32_t MoveBytes(const uint8_t* a, uint8_t* d, int32_t n) {
+  return kPrimitive(reinterpret_cast<const Element*>(a), reinterpret_cast<Element*>(d), n);
+}
+
+struct Mover {
+  const char* name;
+  int elementSize;
+  int32_t (*move)(const uint8_t* a, uint8_t* d, int32_t n);
+};
+
+constexpr auto kMovers = std::to_array<Mover>({
+    {"16s", 2, MoveBytes<ippsMove_16s, int16_t>},
+    {"32f", 4, MoveBytes<ippsMove_32f, float>},
+    {"64f", 8, MoveBytes<ippsMove_64f, double>},
+    {"64fc", 16, MoveBytes<ippsMove_64fc, Complex64f>},
+});
+
+TEST(Memory, MovesTakeEveryOverlapAndTakeLessThanAnElementDownForNone) {
+  constexpr int kStart = 200;
+  for (const Mover& mover : kMovers) {
+    const int32_t n = 160 / mover.elementSize;
+    for (int shift = -170; shift <= 170; ++shift) {
+      std::vector<uint8_t> moved(2 * kStart + 160);
+      std::iota(moved.begin(), moved.end(), uint8_t{0});
+      std::vector<uint8_t> expected = moved;
+      const bool countsAsNone = shift <= 0 && -shift < mover.elementSize;
+      for (int i = 0; i < 160 && !countsAsNone; ++i) {
+        expected[static_cast<std::size_t>(kStart + shift + i)] = static_cast<uint8_t>(kStart + i);
+      }
+      EXPECT_EQ(mover.move(moved.data() + kStart, moved.data() + kStart + shift, n), 0);
+      EXPECT_EQ(moved, expected) << mover.name << " by " << shift;
+    }
+  }
+}
+
+// Words of a destination of n elements that starts an odd byte behind its neighbours.
+template <typename Word, typename Fill>
+void ExpectFilled(const char* name, const std::vector<Word>& pattern, Fill fill) {
+  for (int32_t n = 1; n < 40; ++n) {
+    const std::size_t size = pattern.size() * sizeof(Word);
+    std::vector<uint8_t> bytes(2 + size * static_cast<std::size_t>(n), 0x5a);
+    std::vector<uint8_t> expected = bytes;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
+      std::memcpy(expected.data() + 1 + i * size, pattern.data(), size);
+    }
+    EXPECT_EQ(fill(static_cast<void*>(bytes.data() + 1), n), 0) << name;
+    EXPECT_EQ(bytes, expected) << name << " of " << n;
+  }
+}
+
+TEST(Memory, FillsStoreTheBitsOfTheirValue) {
+  // Quiet ones: a signalling one may be quietened by the registers of the caller.
+  constexpr uint32_t kSingle = 0xffc12345U;
+  constexpr uint64_t kDouble = 0x7ff8000012345678U;
+  constexpr auto kSingleNaN = std::bit_cast<float>(kSingle);
+  constexpr auto kDoubleNaN = std::bit_cast<double>(kDouble);
+  ExpectFilled<uint16_t>("Set_16s", {0xfedc}, [](void* d, int32_t n) {
+    return ippsSet_16s(-0x124, static_cast<int16_t*>(d), n);
+  });
+  ExpectFilled<uint32_t>("Set_32f", {kSingle}, [](void* d, int32_t n) {
+    return ippsSet_32f(kSingleNaN, static_cast<float*>(d), n);
+  });
+  ExpectFilled<uint64_t>("Set_64f", {kDouble}, [](void* d, int32_t n) {
+    return ippsSet_64f(kDoubleNaN, static_cast<double*>(d), n);
+  });
+  ExpectFilled<uint32_t>("Set_32fc", {0x80000000U, kSingle}, [](void* d, int32_t n) {
+    return ippsSet_32fc(-0.0F, kSingleNaN, static_cast<Complex32f*>(d), n);
+  });
+  ExpectFilled<uint64_t>("Set_64fc", {kDouble, 1}, [](void* d, int32_t n) {
+    return ippsSet_64fc(kDoubleNaN, std::bit_cast<double>(uint64_t{1}), static_cast<Complex64f*>(d),
+                        n);
+  });
+  ExpectFilled<uint16_t>("Zero_16s", {0}, [](void* d, int32_t n) {
+    return ippsZero_16s(static_cast<int16_t*>(d), n);
+  });
+  ExpectFilled<uint32_t>(
+      "Zero_32f", {0}, [](void* d, int32_t n) { return ippsZero_32f(static_cast<float*>(d), n); });
+  ExpectFilled<uint64_t>(
+      "Zero_64f", {0}, [](void* d, int32_t n) { return ippsZero_64f(static_cast<double*>(d), n); });
+  ExpectFilled<uint32_t>("Zero_32fc", {0, 0}, [](void* d, int32_t n) {
+    return ippsZero_32fc(static_cast<Complex32f*>(d), n);
+  });
+  ExpectFilled<uint64_t>("Zero_64fc", {0, 0}, [](void* d, int32_t n) {
+    return ippsZero_64fc(static_cast<Complex64f*>(d), n);
+  });
+}
+
+TEST(Memory, ReversalOfFloatsKeepsSignallingNaNsAndThatOfDoublesQuietensThem) {
+  constexpr uint64_t kQuietBit = uint64_t{1} << 51;
+  for (std::size_t n = 1; n <= 20; ++n) {
+    std::vector<uint32_t> words(n);
+    std::iota(words.begin(), words.end(), 0x7f800001U);
+    std::vector<uint64_t> longWords(n);
+    std::iota(longWords.begin(), longWords.end(), 0xfff0000000000001U);
+    longWords[0] = 0x8000000000000000U;  // Minus zero and a subnormal stay what they are.
+    longWords[n - 1] = 0x8000000000000001U;
+
+    std::vector<uint32_t> flipped = words;
+    EXPECT_EQ(ippsFlip_32f_I(reinterpret_cast<float*>(flipped.data()), static_cast<int32_t>(n)), 0);
+    EXPECT_EQ(flipped, std::vector<uint32_t>(words.rbegin(), words.rend())) << n;
+
+    std::vector<uint64_t> flippedLong = longWords;
+    EXPECT_EQ(
+        ippsFlip_64f_I(reinterpret_cast<double*>(flippedLong.data()), static_cast<int32_t>(n)), 0);
+    std::vector<uint64_t> expected(longWords.rbegin(), longWords.rend());
+    for (std::size_t i = 1; i + 1 < n; ++i) {
+      const bool isInTheMiddle = 2 * i + 1 == n;  // It does not move.
+      if (!isInTheMiddle) expected[i] |= kQuietBit;
+    }
+    EXPECT_EQ(flippedLong, expected) << n;
+  }
+}
+
+TEST(Memory, CopyOntoItselfAndBytesSwappedTwice) {
+  std::array<uint16_t, 3> values = {0x1234, 0x00ff, 0x8001};
+  const auto original = values;
+  auto* const shorts = reinterpret_cast<int16_t*>(values.data());
+  EXPECT_EQ(ippsCopy_16s(shorts, shorts, 3), 0);
+  EXPECT_EQ(values, original);
+  EXPECT_EQ(ippsSwapBytes_16u_I(values.data(), 3), 0);
+  EXPECT_EQ(values, (std::array<uint16_t, 3>{0x3412, 0xff00, 0x0180}));
+  EXPECT_EQ(ippsSwapBytes_16u_I(values.data(), 3), 0);
+  EXPECT_EQ(values, original);
 }
 
 }  // namespace

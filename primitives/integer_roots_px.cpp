@@ -1,0 +1,174 @@
+// Square roots of integers, px build. An estimate, from a table or in double precision, is
+// corrected by comparing squares of integers, so that the exact root decides every rounding.
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "primitives/dispatch/px_entries.h"
+#include "primitives/elementwise.h"
+#include "primitives/scaling.h"
+
+namespace zr::primitives::px {
+namespace {
+
+constexpr int32_t kHighest16 = std::numeric_limits<int16_t>::max();
+constexpr int64_t kHighest64 = std::numeric_limits<int64_t>::max();
+
+/// The rounded root of x >= 0, found from a first guess below it: r^2 + r is the largest square
+/// that rounds to r.
+constexpr int32_t RoundedRootFrom(int32_t guess, int32_t x) {
+  while (x > guess * guess + guess) {
+    ++guess;
+  }
+  return guess;
+}
+
+/// The rounded roots of 0, 2^shift, 2 * 2^shift and so on.
+template <std::size_t kCount>
+constexpr std::array<uint8_t, kCount> RootsOfMultiples(int32_t shift) {
+  std::array<uint8_t, kCount> roots{};
+  for (std::size_t i = 0; i < kCount; ++i) {
+    roots[i] = static_cast<uint8_t>(RoundedRootFrom(0, static_cast<int32_t>(i) << shift));
+  }
+  return roots;
+}
+
+constexpr auto kRoots = RootsOfMultiples<32>(0);
+constexpr auto kRootsBySixteens = RootsOfMultiples<256>(4);
+constexpr auto kRootsByHighByte = RootsOfMultiples<128>(8);
+
+/// The rounded root, of 16-bit elements as of all below.
+int32_t RoundedRoot(int32_t x) {
+  if (x < 32) return kRoots[static_cast<std::size_t>(x)];
+  const auto place = static_cast<std::size_t>(x);
+  return RoundedRootFrom(x < 4096 ? kRootsBySixteens[place >> 4] : kRootsByHighByte[place >> 8], x);
+}
+
+/// sqrt(x) * 2^-shift, rounded, ties to even, for shifts from 1 to 8.
+int32_t RootShiftedRight(int32_t x, int32_t shift) {
+  const int32_t root = RoundedRoot(x >> 2 * shift);
+  const int32_t midpoint = (root << shift) + (1 << (shift - 1));
+  const int32_t square = midpoint * midpoint;
+  return root + (square < x || (square == x && root % 2 != 0) ? 1 : 0);
+}
+
+/// sqrt(x) * 2^shift, rounded, by integers alone. There are no ties, as the square of a midpoint is
+/// no integer.
+int32_t RootShiftedLeft(int32_t x, int32_t shift) {
+  const int32_t rounded = RoundedRoot(x);
+  const int32_t shifted = x << 2 * shift;
+  int32_t root = (rounded * rounded > x ? rounded - 1 : rounded) << shift;
+  for (int32_t bit = 1 << shift >> 1; bit != 0; bit >>= 1) {
+    if ((root + bit) * (root + bit) <= shifted) root += bit;
+  }
+  return root + (shifted > root * (root + 1) ? 1 : 0);
+}
+
+/// sqrt(x) * 2^shift, rounded and saturated, for shifts up to 14: a double decides right, as the
+/// root of an integer below 2^30 keeps its distance from midpoints.
+int32_t RootShiftedFarLeft(int32_t x, int32_t shift) {
+  if (x >= 1 << 30 >> 2 * shift) return kHighest16;
+  return static_cast<int32_t>(std::sqrt(static_cast<double>(x << 2 * shift)) + 0.5);
+}
+
+/// sqrt(x) * 2^fractionBits, cut to an integer; where the root as a double is rounded up to the
+/// next integer, it is that one.
+uint64_t EstimateRoot(int64_t x, int32_t fractionBits) {
+  const double root = std::sqrt(static_cast<double>(x));
+  return static_cast<uint64_t>(static_cast<int64_t>(root * DoublePowerOfTwo(-fractionBits)));
+}
+
+/// The integer part of (integer + fraction * 2^-32)^2, for integer and fraction below 2^32.
+uint64_t IntegerPartOfSquare(uint64_t integer, uint64_t fraction) {
+  return integer * integer + (((fraction * fraction >> 33) + integer * fraction) >> 31);
+}
+
+/// sqrt(x) * 2^-shift, rounded, ties to even, for shifts from 1 to 32.
+int64_t RootShiftedRight(int64_t x, int32_t shift) {
+  const uint64_t root = EstimateRoot(x, 0) >> shift;
+  const uint64_t midpoint = (root << shift) + (uint64_t{1} << (shift - 1));
+  const uint64_t square = midpoint * midpoint;
+  const auto element = static_cast<uint64_t>(x);
+  const bool isUp = square < element || (square == element && root % 2 != 0);
+  return static_cast<int64_t>(root + (isUp ? 1 : 0));
+}
+
+// With as many fraction bits and no more, a double is near enough to the root: its error is below
+// half a unit, so that an estimate which is not the root cut is the root rounded.
+constexpr int32_t kMostEstimatedBits = 20;
+
+/// sqrt(x) * 2^shift, rounded, for shifts from 0 to kMostEstimatedBits.
+int64_t RootShiftedLeft(int64_t x, int32_t shift) {
+  const uint64_t root = EstimateRoot(x, shift);
+  const uint64_t fraction = (root << (32 - shift) & 0xffffffff) + (uint64_t{1} << (31 - shift));
+  const bool isUp = IntegerPartOfSquare(root >> shift, fraction) < static_cast<uint64_t>(x);
+  return static_cast<int64_t>(root + (isUp ? 1 : 0));
+}
+
+/// sqrt(x) * 2^shift, rounded and saturated, for shifts up to 62, bit by bit. What goes beyond 31
+/// fraction bits stands in the square from the start.
+int64_t RootShiftedFarLeft(int64_t x, int32_t shift) {
+  if (shift > 31 && x > kHighest64 >> (2 * shift - 63)) return kHighest64;
+  const int32_t fractionBits = std::min(shift, 31);
+  const uint64_t square = static_cast<uint64_t>(x) << 2 * (shift - fractionBits);
+  uint64_t integer = 0;
+  for (uint64_t bit = uint64_t{1} << 31; bit != 0; bit >>= 1) {
+    const uint64_t candidate = integer | bit;
+    if (candidate * candidate <= square) integer = candidate;
+  }
+  // The last of these bits decides the rounding. A fraction whose square is an integer is 0.
+  uint64_t fraction = 0;
+  for (int32_t place = 31; place >= 31 - fractionBits; --place) {
+    const uint64_t candidate = fraction | uint64_t{1} << place;
+    if (IntegerPartOfSquare(integer, candidate) < square) fraction = candidate;
+  }
+  const uint64_t withRoundingBit = (integer << 32 | fraction) >> (31 - fractionBits);
+  return static_cast<int64_t>((withRoundingBit >> 1) + (withRoundingBit & 1));
+}
+
+template <typename Root, typename Element>
+int32_t ForEachRoot(Root root, const Element* a, Element* d, int32_t n) {
+  int32_t warning = kStatusOk;
+  const auto operation = [&warning, root](Element x) {
+    if (x >= 0) return static_cast<Element>(root(x));
+    warning = kStatusNegativeSqrt;
+    return Element{0};
+  };
+  const int32_t status = ForEachElement(operation, d, n, a);
+  return status != kStatusOk ? status : warning;
+}
+
+}  // namespace
+
+int32_t ippsSqrt_16s_ISfs(int16_t* s, int32_t n, int32_t scaleFactor) {
+  using Word = int32_t;
+  if (scaleFactor > 8) return ForEachRoot([](Word) { return 0; }, s, s, n);
+  if (scaleFactor < -14) return ForEachRoot([](Word x) { return x > 0 ? kHighest16 : 0; }, s, s, n);
+  if (scaleFactor > 0) {
+    return ForEachRoot([scaleFactor](Word x) { return RootShiftedRight(x, scaleFactor); }, s, s, n);
+  }
+  if (scaleFactor == 0) return ForEachRoot([](Word x) { return RoundedRoot(x); }, s, s, n);
+  const int32_t shift = -scaleFactor;
+  if (shift > 3) {
+    return ForEachRoot([shift](Word x) { return RootShiftedFarLeft(x, shift); }, s, s, n);
+  }
+  return ForEachRoot([shift](Word x) { return RootShiftedLeft(x, shift); }, s, s, n);
+}
+
+int32_t ippsSqrt_64s_Sfs(const int64_t* a, int64_t* d, int32_t n, int32_t scaleFactor) {
+  using Word = int64_t;
+  if (scaleFactor > 32) return ForEachRoot([](Word) { return Word{0}; }, a, d, n);
+  if (scaleFactor < -62) {
+    return ForEachRoot([](Word x) { return x > 0 ? kHighest64 : 0; }, a, d, n);
+  }
+  if (scaleFactor > 0) {
+    return ForEachRoot([scaleFactor](Word x) { return RootShiftedRight(x, scaleFactor); }, a, d, n);
+  }
+  const int32_t shift = -scaleFactor;
+  if (shift > kMostEstimatedBits) {
+    return ForEachRoot([shift](Word x) { return RootShiftedFarLeft(x, shift); }, a, d, n);
+  }
+  return ForEachRoot([shift](Word x) { return RootShiftedLeft(x, shift); }, a, d, n);
+}
+
+}  // namespace zr::primitives::px
