@@ -9,13 +9,6 @@
 namespace zr::bench::plain {
 namespace {
 
-template <typename Element>
-void Flip(Element* s, int32_t n) {
-  for (int32_t i = 0; i < n / 2; ++i) {
-    std::swap(s[i], s[n - 1 - i]);
-  }
-}
-
 template <typename Real>
 void FillUniform(Real* d, int32_t n, double low, double high, uint32_t* seed) {
   const double scale = (high - low) * 2.3283064365387e-10;
@@ -79,11 +72,20 @@ PLAIN_LOOP(ippsSet_32fc, (float re, float im, Complex32f* d, int32_t n), d[i] = 
 PLAIN_LOOP(ippsSet_64fc, (double re, double im, Complex64f* d, int32_t n), d[i] = {re, im})
 
 int32_t ippsFlip_32f_I(float* s, int32_t n) {
-  Flip(s, n);
+  for (int32_t i = 0; i < n / 2; ++i) {
+    std::swap(s[i], s[n - 1 - i]);
+  }
   return 0;
 }
 int32_t ippsFlip_64f_I(double* s, int32_t n) {
-  Flip(s, n);
+  // Quietens signalling NaNs. Were it known, compilers would not add it.
+  double negativeZero = -0.0;
+  asm("" : "+m"(negativeZero));
+  for (int32_t i = 0; i < n / 2; ++i) {
+    const double low = s[i] + negativeZero;
+    s[i] = s[n - 1 - i] + negativeZero;
+    s[n - 1 - i] = low;
+  }
   return 0;
 }
 

@@ -1,6 +1,6 @@
-# Turns a public header into what Doxygen understands. Plain comments at the margin become text on the
-# file. A comment above several primitives is said of each. Signs that are arithmetic here and markup
-# there are escaped.
+# Turns a public header into what Doxygen understands. Plain comments at the margin become text on
+# the file. A comment above several primitives is said of each. Signs that are arithmetic here and
+# markup there are escaped.
 
 function escaped(text) {
   gsub(/[*<>&#%@|]/, "\\\\&", text)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Writes the reference of the primitives, build/reference/html/index.html, from the public headers, the
-# pages of docs/primitives and what the programs beside them compute. Sets up what is missing on
-# Debian 12.
+# Writes the reference of the primitives, build/reference/html/index.html, from the public headers,
+# the pages of docs/primitives and what the programs beside them compute. Sets up what is missing
+# on Debian 12.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 output="$PWD/build/reference"

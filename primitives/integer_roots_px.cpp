@@ -1,5 +1,6 @@
 // Square roots of integers, px build. An estimate, from a table or in double precision, is
 // corrected by comparing squares of integers, so that the exact root decides every rounding.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -68,7 +69,9 @@ int32_t RootShiftedLeft(int32_t x, int32_t shift) {
 /// root of an integer below 2^30 keeps its distance from midpoints.
 int32_t RootShiftedFarLeft(int32_t x, int32_t shift) {
   if (x >= 1 << 30 >> 2 * shift) return kHighest16;
-  return static_cast<int32_t>(std::sqrt(static_cast<double>(x << 2 * shift)) + 0.5);
+  const double root = std::sqrt(static_cast<double>(x << 2 * shift));
+  const double aboveByHalf = root + 0.5;
+  return static_cast<int32_t>(aboveByHalf);
 }
 
 /// sqrt(x) * 2^fractionBits, cut to an integer; where the root as a double is rounded up to the

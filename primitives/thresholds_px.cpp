@@ -81,11 +81,9 @@ int32_t ReplaceInPlace(Element* s, int32_t n, Element levelLow, const Element& v
   const WordOf<Element> wordHigh = LoadWord(&valueHigh);
   for (int32_t i = 0; i < n; ++i) {
     const auto element = std::bit_cast<Element>(LoadWord(s + i));
-    if (!(element >= levelLow)) {
-      StoreWord(s + i, wordLow);
-    } else if (element > levelHigh) {
-      StoreWord(s + i, wordHigh);
-    }
+    const bool isKept = element >= levelLow && element <= levelHigh;
+    if (!isKept) [[unlikely]]
+      StoreWord(s + i, element > levelHigh ? wordHigh : wordLow);
   }
   return kStatusOk;
 }

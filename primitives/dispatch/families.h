@@ -39,16 +39,16 @@ struct LeftOut<int32_t (*)(Parameters...)> {
 #define ENTRY_IntegerArithmetic IS_BESIDE_THE_DRIVER
 #define ENTRY_IntegerFunctions IS_BESIDE_THE_DRIVER
 #define ENTRY_Sorting IS_BESIDE_THE_DRIVER
+#define ENTRY_SingleMath IS_BESIDE_THE_DRIVER
+#define ENTRY_DoubleMath IS_BESIDE_THE_DRIVER
+#define ENTRY_ElementaryFunctions IS_BESIDE_THE_DRIVER
+#define ENTRY_Fir IS_BESIDE_THE_DRIVER
+#define ENTRY_FirDesign IS_BESIDE_THE_DRIVER
+#define ENTRY_Correlation IS_BESIDE_THE_DRIVER
+#define ENTRY_Lms IS_BESIDE_THE_DRIVER
+#define ENTRY_Iir IS_BESIDE_THE_DRIVER
 
 // Not written yet.
 #define ENTRY_Wavelet IS_OUT
-#define ENTRY_Fir IS_OUT
-#define ENTRY_FirDesign IS_OUT
-#define ENTRY_Lms IS_OUT
-#define ENTRY_Correlation IS_OUT
-#define ENTRY_Iir IS_OUT
 #define ENTRY_Resampling IS_OUT
 #define ENTRY_NoiseSuppression IS_OUT
-#define ENTRY_SingleMath IS_OUT
-#define ENTRY_DoubleMath IS_OUT
-#define ENTRY_ElementaryFunctions IS_OUT

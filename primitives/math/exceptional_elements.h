@@ -17,22 +17,27 @@ inline void RaiseFlagOf(int32_t status) {
   using Double = std::numeric_limits<double>;
   // Operands that the compiler does not know, and a store that it may not leave out: on the x87 it
   // is the store that overflows.
-  const auto drop = [](volatile double left, volatile double right, bool isQuotient) {
-    const volatile double dropped = isQuotient ? left / right : left * right;
-    static_cast<void>(dropped);
-  };
+  volatile double operand = 0.0;
+  volatile double dropped = 0.0;
   switch (status) {
     case kStatusMathDomain:
-      return drop(0.0, 0.0, true);
+      dropped = operand / operand;
+      break;
     case kStatusMathSingularity:
-      return drop(1.0, 0.0, true);
+      dropped = 1.0 / operand;
+      break;
     case kStatusMathOverflow:
-      return drop(Double::max(), Double::max(), false);
+      operand = Double::max();
+      dropped = operand * operand;
+      break;
     case kStatusMathUnderflow:
-      return drop(Double::min(), Double::min(), false);
+      operand = Double::min();
+      dropped = operand * operand;
+      break;
     default:
-      return;
+      break;
   }
+  static_cast<void>(dropped);
 }
 
 class ExceptionalElements {

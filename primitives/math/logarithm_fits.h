@@ -157,4 +157,7 @@ constexpr LogarithmFits FitLogarithms() {
 }
 
 }  // namespace logarithm_fitting
+
+using logarithm_fitting::FitLogarithms;
+
 }  // namespace zr::primitives

@@ -24,4 +24,23 @@ constexpr PowersOfTwo<kRows> MakePowersOfTwo() {
   return table;
 }
 
+/// Row j holds 2^(j / kRows) as head * (1 + tail): the head then multiplies the tail and all else
+/// at once.
+template <uint32_t kRows>
+constexpr PowersOfTwo<kRows> MakePowersOfTwoWithRelativeTails() {
+  using Number = FixedPoint<6>;
+  const Number step = Exponential(LogarithmOfRatio<6>(2, 1).DividedBy(kRows));
+  PowersOfTwo<kRows> table = {};
+  Number power = Number::Ratio(1, 1);
+  for (DoubleLength& row : table.rows) {
+    const Number head = power.RoundedAt(power.HighestBit() - 52);
+    const Number inverse = Reciprocal(head);
+    row = Split(power, head);
+    const double tail = ((row.tail < 0.0 ? head - power : power - head) * inverse).ToDouble();
+    row.tail = row.tail < 0.0 ? -tail : tail;
+    power = power * step;
+  }
+  return table;
+}
+
 }  // namespace zr::primitives

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # What the tests of the installed library share; to be sourced.
 
 fail() {
@@ -5,8 +6,8 @@ fail() {
   exit 1
 }
 
-# One line for each primitive, as list_primitives.cpp tells.
+# One line for each primitive, as list_primitives.inc tells.
 list_primitives() {
-  "$CXX" -std=c++20 -E -P -I "$SOURCE" "$SOURCE/tests/library/list_primitives.cpp" |
+  "$CXX" -std=c++20 -E -P -I "$SOURCE" -x c++ "$SOURCE/tests/library/list_primitives.inc" |
     grep '^ *primitive '
 }

@@ -11,7 +11,7 @@ cd "$WORK"
 samples() {
   local sample
   for sample in "$@"; do
-    printf "$(printf '\\x%02x\\x%02x' $((sample & 255)) $((sample >> 8 & 255)))"
+    printf '%b' "$(printf '\\x%02x\\x%02x' $((sample & 255)) $((sample >> 8 & 255)))"
   done
 }
 numbers() { od -An -t d2 -v -w2 | xargs; }
@@ -37,13 +37,14 @@ check_mix() {
   samples 16384 -16385 >b.raw
   expect "halves, ties to even" "8192 -8192 2 2 -2" "$("$1" a.raw 0.5 2>peak | numbers)"
   expect "peak" "peak 0.25" "$(<peak)"
-  expect "sum, as long as the longer" "24576 -24576 3 5 -3" "$("$1" b.raw 0.5 a.raw 1 2>peak | numbers)"
+  expect "sum, as long as the longer" "24576 -24576 3 5 -3" \
+    "$("$1" b.raw 0.5 a.raw 1 2>peak | numbers)"
   expect "limits" "32767 -32768 3 5 -3" "$("$1" a.raw 1 b.raw 1 2>peak | numbers)"
   grep -q limited peak || fail "what was limited is not told: $(<peak)"
 }
 
-# By the central limit theorem the mean of n numbers lies within 5 deviations of sqrt(n), and their
-# RMS level within 5 of sqrt(2 n).
+# The mean of n numbers spreads by their deviation over sqrt(n), what is measured as deviation by
+# about that over sqrt(2 n). Five times as much is granted.
 check_noise() {
   "$1" 48000 100 3276.8 1 >a.raw 2>told
   expect "length" 96000 "$(wc -c <a.raw)"
@@ -69,7 +70,8 @@ for linkage in shared static; do
   check_mix $linkage/mix
   check_noise $linkage/noise $linkage/level_meter
 done
-[[ "$(ldd shared/mix)" == *"$LIBDIR/libzrprimitives.so"* ]] || fail "the shared library is not loaded"
+[[ "$(ldd shared/mix)" == *"$LIBDIR/libzrprimitives.so"* ]] ||
+  fail "the shared library is not loaded"
 [[ "$(ldd static/mix)" != *libzrprimitives* ]] || fail "the static library is not linked"
 
 build "$SOURCE/tests/library/c_alone" c_alone -DEXAMPLES="$SOURCE/examples"

@@ -10,7 +10,8 @@ public_names() {
 }
 
 exported="$(nm -D --defined-only "$LIBDIR/libzrprimitives.so" | awk '{ print $3 }' | sort)"
-diff <(public_names | sort) <(echo "$exported") || fail "> is exported and not public, < the reverse"
+diff <(public_names | sort) <(echo "$exported") ||
+  fail "> is exported and not public, < the reverse"
 [[ "$(grep -c '^ipps' <<<"$exported")" == 241 ]] || fail "not 241 primitives"
 [[ "$(readelf -d "$LIBDIR/libzrprimitives.so")" =~ SONAME.*"[libzrprimitives.so."[0-9]+"]" ]] ||
   fail "no version in the name that programs load"

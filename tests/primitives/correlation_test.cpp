@@ -67,7 +67,7 @@ void ExpectExactSums(const Samples& a, const Samples& b, int32_t lowLag, int32_t
                      int32_t scaleFactor) {
   const Samples d = Correlate(a, b, lowLag, count, scaleFactor);
   const bool isTransformed = IsTransformed(Length(a), Length(b), lowLag, count);
-  // Half a unit of single precision, of the energies; the largest error seen is a quarter of it.
+  // Half a unit of single precision, of the energies; the largest error seen is a third of it.
   const double bound = std::ldexp(Magnitude(a) * Magnitude(b), -25 - scaleFactor);
   for (std::size_t n = 0; n < d.size(); ++n) {
     const double sum = ExactSum(a, b, lowLag + static_cast<int64_t>(n));

@@ -3,6 +3,11 @@
 
 namespace zr::test {
 
+void PrintFftDigests();
+void PrintFirDigests();
+void PrintIirDigests();
+void PrintLmsDigests();
 void PrintPlainDigests();
+void PrintSingleMathDigests();
 
 }  // namespace zr::test

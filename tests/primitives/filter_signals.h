@@ -11,6 +11,11 @@
 
 namespace zr::test {
 
+/// In [1, most].
+inline std::size_t RandomLength(RandomElements& random, std::size_t most) {
+  return 1 + static_cast<std::size_t>(random.Bits() % most);
+}
+
 inline std::vector<int16_t> RandomSamples(uint64_t seed, std::size_t count) {
   RandomElements random(seed, false);
   std::vector<int16_t> samples(count);
@@ -28,11 +33,22 @@ inline std::vector<int32_t> RandomIntegers(uint64_t seed, std::size_t count, int
   return integers;
 }
 
+inline std::vector<float> RandomTaps(RandomElements& random, std::size_t count) {
+  std::vector<float> taps(count);
+  for (float& tap : taps)
+    tap = random.Next<float>();
+  return taps;
+}
+
+/// Through memory: a compiler for the x87 may keep what the rounding drops.
+inline float StoredAsFloat(double value) {
+  const volatile float rounded = static_cast<float>(value);
+  return rounded;
+}
+
 /// value as a sum of floats is stored and converted: rounded to a float, then to 16 bits.
 inline int16_t StoredAsSample(double value, int32_t scaleFactor) {
-  // Through memory: a compiler for the x87 may keep what the rounding drops.
-  const volatile float rounded = static_cast<float>(value);
-  const double scaled = std::ldexp(static_cast<double>(rounded), -scaleFactor);
+  const double scaled = std::ldexp(static_cast<double>(StoredAsFloat(value)), -scaleFactor);
   return static_cast<int16_t>(std::nearbyint(std::clamp(scaled, -32768.0, 32767.0)));
 }
 

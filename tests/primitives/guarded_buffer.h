@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace zr::test {
@@ -40,5 +41,13 @@ class GuardedBuffer {
   std::size_t start_ = 0;
   std::vector<uint8_t> storage_;
 };
+
+/// A copy of the elements, misaligned.
+template <typename Element>
+GuardedBuffer Misplaced(const std::vector<Element>& elements, std::size_t misalignment) {
+  GuardedBuffer buffer(elements.size() * sizeof(Element), misalignment);
+  std::memcpy(buffer.Data(), elements.data(), buffer.Size());
+  return buffer;
+}
 
 }  // namespace zr::test

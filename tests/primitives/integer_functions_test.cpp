@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <compare>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "tests/primitives/random_elements.h"
@@ -83,60 +83,49 @@ TEST(IntegerFunctions, TheFirstElementWithoutALevelDecidesTheWarning) {
   }
 }
 
-struct Wide {
-  uint64_t high;
-  uint64_t low;
-  auto operator<=>(const Wide&) const = default;
-};
+using Wide = std::pair<uint64_t, uint64_t>;  // High and low word.
 
 Wide Square(uint64_t x) {
   const uint64_t top = x >> 32;
   const uint64_t bottom = x & 0xffffffff;
   const uint64_t middle = top * bottom;  // Comes twice.
-  const uint64_t low = bottom * bottom;
-  const uint64_t sum = low + (middle << 33);
-  return {top * top + (middle >> 31) + (sum < low ? 1 : 0), sum};
-}
-
-Wide ShiftedLeft(uint64_t x, int32_t shift) {
-  if (shift == 0) return {0, x};
-  if (shift >= 64) return {x << (shift - 64), 0};
-  return {x >> (64 - shift), x << shift};
+  const uint64_t low = bottom * bottom + (middle << 33);
+  return {top * top + (middle >> 31) + (low < bottom * bottom ? 1 : 0), low};
 }
 
 /// Whether result is sqrt(x) * 2^-scaleFactor, rounded with ties to even and saturated.
-testing::AssertionResult IsRoot(int64_t x, int32_t scaleFactor, int64_t result, int64_t highest) {
-  const auto fail = [&] {
-    return testing::AssertionFailure() << result << " of " << x << " at " << scaleFactor;
-  };
-  if (x == 0 || scaleFactor > 40) return result == 0 ? testing::AssertionSuccess() : fail();
+bool IsRoot(int64_t x, int32_t scaleFactor, int64_t result, int64_t highest) {
+  if (x == 0 || scaleFactor > 40) return result == 0;
   const auto square = static_cast<uint64_t>(x);
-  const int32_t squareShift = 2 + 2 * (scaleFactor < 0 ? -std::max(scaleFactor, -80) : 0);
-  const int32_t oddShift = std::max(scaleFactor, 0);
-  const bool isBeyond128 = std::bit_width(square) + squareShift > 128;
-  if (isBeyond128) return result == highest ? testing::AssertionSuccess() : fail();
-  const Wide twiceRootSquared = ShiftedLeft(square, squareShift);
-  const auto doubled = static_cast<uint64_t>(result) * 2;
-  const auto below = result == 0 ? std::strong_ordering::less
-                                 : Square((doubled - 1) << oddShift) <=> twiceRootSquared;
-  const auto above = twiceRootSquared <=> Square((doubled + 1) << oddShift);
-  const bool isNotBelow = below < 0 || (below == 0 && result % 2 == 0);
-  const bool isNotAbove = above < 0 || (above == 0 && result % 2 == 0) || result == highest;
-  return isNotBelow && isNotAbove ? testing::AssertionSuccess() : fail();
+  const int32_t shift = 2 - 2 * std::clamp(scaleFactor, -80, 0);
+  if (std::bit_width(square) + shift > 128) return result == highest;
+  const Wide twiceRootSquared =
+      shift < 64 ? Wide{square >> (64 - shift), square << shift} : Wide{square << (shift - 64), 0};
+  const auto middle = static_cast<uint64_t>(result) * 2;
+  const Wide above = Square((middle + 1) << std::max(scaleFactor, 0));
+  const Wide below = Square((middle - 1) << std::max(scaleFactor, 0));
+  const bool takesTies = result % 2 == 0;
+  return (result == 0 || below < twiceRootSquared || (takesTies && below == twiceRootSquared)) &&
+         (result == highest || twiceRootSquared < above ||
+          (takesTies && above == twiceRootSquared));
+}
+
+std::vector<int32_t> ScaleFactors(int32_t lowest, int32_t highest) {
+  std::vector<int32_t> factors = {kLowest, kHighest};
+  for (int32_t factor = lowest; factor <= highest; ++factor)
+    factors.push_back(factor);
+  return factors;
 }
 
 TEST(IntegerFunctions, RootsOfAllShortElements) {
   std::vector<int16_t> all;
   for (int32_t x = 0; x <= 32767; ++x)
     all.push_back(static_cast<int16_t>(x));
-  std::vector<int32_t> scaleFactors = {kLowest, kHighest};
-  for (int32_t scaleFactor = -17; scaleFactor <= 11; ++scaleFactor)
-    scaleFactors.push_back(scaleFactor);
-  for (const int32_t scaleFactor : scaleFactors) {
+  for (const int32_t scaleFactor : ScaleFactors(-17, 11)) {
     std::vector<int16_t> roots = all;
     ASSERT_EQ(ippsSqrt_16s_ISfs(roots.data(), 32768, scaleFactor), 0);
     for (std::size_t x = 0; x < all.size(); ++x)
-      ASSERT_TRUE(IsRoot(static_cast<int64_t>(x), scaleFactor, roots[x], 32767));
+      ASSERT_TRUE(IsRoot(all[x], scaleFactor, roots[x], 32767)) << x << " at " << scaleFactor;
   }
 }
 
@@ -162,14 +151,12 @@ TEST(IntegerFunctions, RootsOfLongElements) {
   for (int64_t& element : elements)
     element = std::max<int64_t>(element, 0);
   const auto n = static_cast<int32_t>(elements.size());
-  std::vector<int32_t> scaleFactors = {kLowest, kHighest};
-  for (int32_t scaleFactor = -66; scaleFactor <= 42; ++scaleFactor)
-    scaleFactors.push_back(scaleFactor);
   std::vector<int64_t> roots(elements.size());
-  for (const int32_t scaleFactor : scaleFactors) {
+  for (const int32_t scaleFactor : ScaleFactors(-66, 42)) {
     ASSERT_EQ(ippsSqrt_64s_Sfs(elements.data(), roots.data(), n, scaleFactor), 0);
     for (std::size_t i = 0; i < elements.size(); ++i)
-      ASSERT_TRUE(IsRoot(elements[i], scaleFactor, roots[i], kHighest64));
+      ASSERT_TRUE(IsRoot(elements[i], scaleFactor, roots[i], kHighest64))
+          << roots[i] << " of " << elements[i] << " at " << scaleFactor;
   }
 }
 
@@ -202,9 +189,8 @@ TEST(IntegerFunctions, PowersAreCut) {
       {{kLowest, kLowest}, 33, 1 << 30},
       {{kLowest, kLowest}, 63, 1},
       {{kLowest, kLowest}, 64, 0},
-      // 2^31 - 1/2 is above the limit, and what a double makes of 2^62 - 1 is 2^62.
-      {{65535, 362}, 1, 2147483647},
-      {{kHighest, 0}, 31, 2147483646},
+      // 1037267087.99 and more: a double takes the sum up to the next multiple of 2^32.
+      {{1108487571, 1796185827}, 32, 1037267088},
       {{1, 0}, kLowest, kHighest},
       {{0, 0}, kLowest, 0},
       {{kLowest, 0}, kHighest, 0},

@@ -77,11 +77,9 @@ TEST(MedianFilter, WithoutMemoryTheCopyStays) {
 }
 
 TEST(MedianFilter, RefusedMasksWriteNothing) {
-  const Samples source = {1, 2};
   Samples d = {8, 9};
   for (const int32_t maskSize : {0, -1, std::numeric_limits<int32_t>::min()})
-    EXPECT_EQ(ippsFilterMedian_16s(source.data(), d.data(), 2, maskSize), -6);
-  EXPECT_EQ(ippsFilterMedian_16s(nullptr, d.data(), 2, 0), -8);
+    EXPECT_EQ(ippsFilterMedian_16s(Samples(2).data(), d.data(), 2, maskSize), -6);
   EXPECT_EQ(d, (Samples{8, 9}));
 }
 

@@ -54,30 +54,9 @@ template <typename Integer>
 Integer IntegerParameter(const std::string& name, int32_t length, RandomElements& random) {
   if (name == "n") return static_cast<Integer>(length);
   if (name == "scaleFactor") {
-    constexpr int32_t kFactors[] = {0,
-                                    1,
-                                    2,
-                                    5,
-                                    8,
-                                    15,
-                                    16,
-                                    17,
-                                    31,
-                                    32,
-                                    33,
-                                    63,
-                                    -1,
-                                    -3,
-                                    -14,
-                                    -15,
-                                    -16,
-                                    -21,
-                                    -22,
-                                    -31,
-                                    -32,
-                                    -62,
-                                    -2147483647 - 1,
-                                    2147483647};
+    constexpr int32_t kFactors[] = {0,   1,   2,   5,   8,   15,  16,        17,
+                                    31,  32,  33,  63,  -1,  -3,  -14,       -15,
+                                    -16, -21, -22, -31, -32, -62, INT32_MIN, INT32_MAX};
     return static_cast<Integer>(kFactors[random.Bits() % std::size(kFactors)]);
   }
   if (name == "roundMode" || name == "hint") return static_cast<Integer>(random.Bits() % 3);
@@ -200,7 +179,7 @@ using Calls = std::vector<std::unique_ptr<PrimitiveCall>>;
 constexpr bool IsPlain(std::string_view family) {
   return family == "Arithmetic" || family == "Statistics" || family == "Conversion" ||
          family == "Memory" || family == "Random" || family == "IntegerArithmetic" ||
-         family == "IntegerFunctions" || family == "Sorting";
+         family == "IntegerFunctions" || family == "Sorting" || family == "SingleMath";
 }
 
 template <bool kIsPlain, typename Result, typename... Types>

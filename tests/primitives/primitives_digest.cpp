@@ -2,6 +2,11 @@
 #include "tests/primitives/family_digests.h"
 
 int main() {
+  zr::test::PrintIirDigests();
+  zr::test::PrintLmsDigests();
   zr::test::PrintPlainDigests();
+  zr::test::PrintFirDigests();
+  zr::test::PrintFftDigests();
+  zr::test::PrintSingleMathDigests();
   return 0;
 }

@@ -1,0 +1,106 @@
+// Roots, logarithms and the polar parts of complex numbers, px build.
+#include <cmath>
+#include <limits>
+
+#include "primitives/dispatch/px_entries.h"
+#include "primitives/element_words.h"
+#include "primitives/elementwise.h"
+#include "primitives/exact_operations.h"
+#include "primitives/math/double_precision_scope.h"
+#include "primitives/math/exponential_and_logarithm.h"
+#include "primitives/math/phase.h"
+#include "primitives/zero_divisors.h"
+
+namespace zr::primitives::px {
+namespace {
+
+float Rounded(double root, float /*type*/) {
+  return RoundToFloat(root);
+}
+double Rounded(double root, double /*type*/) {
+  return root;
+}
+
+// A zero gives itself; what is not positive then, NaNs too, gives the NaN and a warning.
+template <typename Real>
+int32_t SquareRoots(const Real* a, Real* d, int32_t n) {
+  int32_t warning = kStatusOk;
+  const auto root = [&warning](Real x) {
+    if (x > Real{0}) return Rounded(std::sqrt(double{x}), x);
+    if (x == Real{0}) return x;
+    warning = kStatusNegativeSqrt;
+    return kZeroOverZero<Real>;
+  };
+  const int32_t status = ForEachElement(root, d, n, a);
+  return status != kStatusOk ? status : warning;
+}
+
+}  // namespace
+
+int32_t ippsSqrt_32f(const float* a, float* d, int32_t n) {
+  int32_t warning = kStatusOk;
+  const auto root = [&warning](float x) {
+    if (x > 0.0F) return RoundToFloat(std::sqrt(double{x}));
+    if (!(x < 0.0F)) return 0.0F;
+    warning = kStatusNegativeSqrt;
+    return kZeroOverZero<float>;
+  };
+  const int32_t status = ForEachElement(root, d, n, a);
+  return status != kStatusOk ? status : warning;
+}
+int32_t ippsSqrt_32f_I(float* s, int32_t n) {
+  return SquareRoots(s, s, n);
+}
+int32_t ippsSqrt_64f(const double* a, double* d, int32_t n) {
+  return SquareRoots(a, d, n);
+}
+int32_t ippsSqrt_64f_I(double* s, int32_t n) {
+  return SquareRoots(s, s, n);
+}
+
+int32_t ippsLn_32f(const float* a, float* d, int32_t n) {
+  if (const int32_t status = CheckArguments(n, 1, a, d)) return status;
+  const DoublePrecisionScope scope;
+  int32_t warning = kStatusOk;
+  for (int32_t i = 0; i < n; ++i) {
+    const uint32_t word = LoadWord(a + i);
+    const bool isNegative = (word & kSignBit<float>) != 0;
+    if (word != 0 && !isNegative) {
+      Store(d, i, RoundToFloat(LogarithmOf(Load(a, i))));
+      continue;
+    }
+    if (warning == kStatusOk)
+      warning = isNegative ? kStatusNegativeLogarithm : kStatusZeroLogarithm;
+    Store(d, i, isNegative ? kZeroOverZero<float> : -std::numeric_limits<float>::infinity());
+  }
+  return warning;
+}
+
+int32_t ippsMagn_32fc(const Complex32f* a, float* d, int32_t n) {
+  const auto magnitude = [](Complex32f x) {
+    const double re = x.re;
+    const double im = x.im;
+    return RoundToFloat(std::sqrt(re * re + im * im));
+  };
+  return ForEachElement(magnitude, d, n, a);
+}
+
+int32_t ippsPhase_32fc(const Complex32f* a, float* d, int32_t n) {
+  const DoublePrecisionScope scope;
+  return ForEachElement([](Complex32f x) { return RoundToFloat(PhaseOf(x)); }, d, n, a);
+}
+
+int32_t ippsPowerSpectr_32fc(const Complex32f* a, float* d, int32_t n) {
+  const auto power = [](Complex32f x) {
+    const double re = x.re;
+    const double im = x.im;
+    return RoundToFloat(re * re + im * im);
+  };
+  return ForEachElement(power, d, n, a);
+}
+int32_t ippsPowerSpectr_64fc(const Complex64f* a, double* d, int32_t n) {
+  return ForEachElement([](Complex64f x) { return Plus(Times(x.re, x.re), Times(x.im, x.im)); }, d,
+                        n, a);
+}
+
+}  // namespace zr::primitives::px

@@ -1,0 +1,205 @@
+// Lowpass design: tones, windows and taps against their formulas.
+#include "primitives/filters/fir_design.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "primitives/filters/tone.h"
+#include "primitives/filters/window.h"
+#include "tests/common/test_memory.h"
+#include "tests/primitives/guarded_buffer.h"
+
+namespace zr::test {
+namespace {
+
+using primitives::ApplyWindow;
+using primitives::GenerateTone;
+using primitives::Window;
+using Taps = std::vector<double>;
+
+constexpr double kPi = std::numbers::pi;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// cos(2 pi numerator / 2^(bits)), the angle reduced to an eighth of a turn in integers.
+double CosineOfFraction(uint64_t numerator, int bits) {
+  const uint64_t turn = uint64_t{1} << bits;
+  const uint64_t fraction = numerator % turn;
+  const uint64_t quarter = (fraction + turn / 8) / (turn / 4);
+  const auto offset = static_cast<double>(static_cast<int64_t>(fraction - quarter * (turn / 4)));
+  const double angle = std::ldexp(2.0 * kPi * offset, -bits);
+  switch (quarter % 4) {
+    case 0:
+      return std::cos(angle);
+    case 1:
+      return -std::sin(angle);
+    case 2:
+      return -std::cos(angle);
+    default:
+      return std::sin(angle);
+  }
+}
+
+// Relative to each entry: those next to a zero of the tone have to be as right as all others.
+TEST(FirDesign, TonesAreRightToTheirLastPlaces) {
+  constexpr int kBits = 42;
+  constexpr int32_t kCount = 3000;
+  for (const uint64_t numerator :
+       {uint64_t{1}, uint64_t{3}, uint64_t{1} << 20, (uint64_t{1} << 40) + 1,
+        (uint64_t{1} << 40) - 1, uint64_t{439804651110}, uint64_t{1467015503999},
+        (uint64_t{1} << 41) - 1}) {
+    for (const uint64_t startInHalves : {0U, 1U, 2U, 4194301U}) {
+      for (const uint64_t phaseInQuarters : {0U, 1U, 3U}) {
+        Taps tone(kCount);
+        EXPECT_EQ(GenerateTone({2.0, std::ldexp(static_cast<double>(numerator), -kBits),
+                                0.5 * static_cast<double>(startInHalves),
+                                0.25 * static_cast<double>(phaseInQuarters)},
+                               tone.data(), kCount),
+                  0);
+        for (std::size_t n = 0; n < tone.size(); ++n) {
+          // In units of half a sample, at twice the denominator.
+          const uint64_t angle =
+              numerator * (2 * uint64_t{n} + startInHalves) + (phaseInQuarters << (kBits - 1));
+          const double expected = 2.0 * CosineOfFraction(angle, kBits + 1);
+          ASSERT_NEAR(tone[n], expected, std::fabs(expected) * 0x1p-50)
+              << numerator << " from " << startInHalves << " at " << n;
+        }
+      }
+    }
+  }
+}
+
+TEST(FirDesign, TonesRefuseInOrder) {
+  Taps kept = {9.0};
+  double* const d = kept.data();
+  EXPECT_EQ(GenerateTone({0.0, 0.5, 0.0, 1.0}, nullptr, 0), -8);
+  EXPECT_EQ(GenerateTone({0.0, 0.5, 0.0, 1.0}, d, 0), -6);
+  for (const double magnitude : {0.0, -1.0, kNaN})
+    EXPECT_EQ(GenerateTone({magnitude, 0.5, 0.0, 1.0}, d, 1), -46);
+  for (const double frequency : {-0.1, 0.5, kNaN})
+    EXPECT_EQ(GenerateTone({1.0, frequency, 0.0, 1.0}, d, 1), -45);
+  for (const double phase : {-0.1, 1.0, kNaN})
+    EXPECT_EQ(GenerateTone({1.0, 0.0, 0.0, phase}, d, 1), -44);
+  EXPECT_EQ(kept, Taps{9.0});
+}
+
+double WindowWeight(int32_t window, int32_t i, int32_t n) {
+  const double c1 = std::cos(2.0 * kPi * i / (n - 1));
+  const double c2 = std::cos(4.0 * kPi * i / (n - 1));
+  const double alpha = -std::pow(0.5 / std::cos(kPi / (n - 1)), 2);
+  switch (window) {
+    case 0:
+      return 1.0 - std::fabs(2.0 * i / (n - 1) - 1.0);
+    case 1:
+      return (alpha + 1.0) / 2.0 - 0.5 * c1 - alpha / 2.0 * c2;
+    case 2:
+      return 0.54 - 0.46 * c1;
+    case 3:
+      return 0.5 - 0.5 * c1;
+    default:
+      return 1.0;
+  }
+}
+
+// What turning the cosine on from tap to tap may lose, as the header tells.
+double TurningError(int32_t n) {
+  return n <= 1000 ? 1e-12 : 1e-9;
+}
+
+TEST(FirDesign, WindowsFollowTheirFormulas) {
+  for (int32_t window = -1; window <= 4; ++window) {
+    for (const int32_t n : {5, 6, 7, 8, 100, 101, 1000, 30000}) {
+      Taps weights(static_cast<std::size_t>(n), 1.0);
+      EXPECT_EQ(ApplyWindow(static_cast<Window>(window), weights.data(), n), 0);
+      for (int32_t i = 0; i < n; ++i) {
+        const auto place = static_cast<std::size_t>(i);
+        ASSERT_NEAR(weights[place], WindowWeight(window, i, n), TurningError(n))
+            << window << " of " << n << " at " << i;
+        ASSERT_EQ(weights[place], weights[weights.size() - 1 - place]);
+      }
+    }
+  }
+  Taps kept(4, 9.0);
+  EXPECT_EQ(ApplyWindow(Window::Hann, nullptr, 4), -8);
+  EXPECT_EQ(ApplyWindow(Window::Hann, kept.data(), 4), -6);
+  EXPECT_EQ(kept, Taps(4, 9.0));
+}
+
+Taps Design(double rFreq, int32_t tapsLen, int32_t winType, int32_t doNormal) {
+  GuardedBuffer bytes(static_cast<std::size_t>(tapsLen) * sizeof(double), 3);
+  auto* const d = reinterpret_cast<double*>(bytes.Data());
+  EXPECT_EQ(ippsFIRGenLowpass_64f(rFreq, d, tapsLen, winType, doNormal), 0);
+  EXPECT_TRUE(bytes.IsGuardIntact());
+  Taps taps(static_cast<std::size_t>(tapsLen));
+  std::memcpy(taps.data(), bytes.Data(), bytes.Size());
+  return taps;
+}
+
+double IdealResponse(double rFreq, double distance) {
+  if (distance == 0.0) return 2.0 * rFreq;
+  return std::sin(2.0 * kPi * rFreq * distance) / (kPi * distance);
+}
+
+TEST(FirDesign, TapsAreTheWindowedIdealResponse) {
+  for (const double rFreq : {1e-300, 1e-5, 0.1, 0.25, 0.3, 0.4999}) {
+    for (const int32_t tapsLen : {5, 6, 7, 50, 51, 1000}) {
+      for (int32_t winType = -1; winType <= 4; ++winType) {
+        const Taps taps = Design(rFreq, tapsLen, winType, 0);
+        for (int32_t i = 0; i < tapsLen; ++i) {
+          const auto place = static_cast<std::size_t>(i);
+          const double expected =
+              IdealResponse(rFreq, i - 0.5 * (tapsLen - 1)) * WindowWeight(winType, i, tapsLen);
+          ASSERT_NEAR(taps[place], expected, 2.0 * rFreq * 1e-12)
+              << rFreq << ' ' << tapsLen << ' ' << winType << " at " << i;
+          ASSERT_EQ(taps[place], taps[taps.size() - 1 - place]);
+        }
+        // A gain is one factor for all.
+        const Taps normal = Design(rFreq, tapsLen, winType, 1);
+        double sum = 0.0;
+        for (const double tap : normal)
+          sum += tap;
+        EXPECT_NEAR(sum, 1.0, 1e-13);
+        const std::size_t centre = taps.size() / 2;
+        for (std::size_t i = 0; i < taps.size(); ++i) {
+          ASSERT_NEAR(normal[i], taps[i] / taps[centre] * normal[centre],
+                      std::fabs(normal[i]) * 1e-15);
+        }
+      }
+    }
+  }
+}
+
+TEST(FirDesign, AHalfDesignsTheLimit) {
+  EXPECT_EQ(Design(0.5, 7, 4, 0), (Taps{0, 0, 0, 1, 0, 0, 0}));
+  EXPECT_EQ(Design(0.5, 7, 2, 1), (Taps{0, 0, 0, 1, 0, 0, 0}));
+  const Taps justBelow = Design(std::nextafter(0.5, 0.0), 8, 1, 0);
+  const Taps limit = Design(0.5, 8, 1, 0);
+  for (std::size_t i = 0; i < limit.size(); ++i)
+    EXPECT_NEAR(limit[i], justBelow[i], 1e-14);
+}
+
+TEST(FirDesign, RefusesInOrderAndWritesNothing) {
+  std::array<double, 5> d = {1, 2, 3, 4, 5};
+  const auto kept = d;
+  EXPECT_EQ(ippsFIRGenLowpass_64f(kNaN, nullptr, 4, 0, 0), -8);
+  EXPECT_EQ(ippsFIRGenLowpass_64f(0.25, d.data(), 4, 0, 0), -6);
+  for (const double rFreq : {0.0, -0.1, 0.5000001, kNaN})
+    EXPECT_EQ(ippsFIRGenLowpass_64f(rFreq, d.data(), 5, 0, 0), -6) << rFreq;
+  {
+    const FailingAllocation failing(1);
+    EXPECT_EQ(ippsFIRGenLowpass_64f(0.25, d.data(), 5, 0, 0), -8);
+  }
+  EXPECT_EQ(d, kept);
+  const std::size_t before = LiveBlockCount();
+  EXPECT_EQ(ippsFIRGenLowpass_64f(0.25, d.data(), 5, 4, 0), 0);
+  EXPECT_EQ(LiveBlockCount(), before);
+}
+
+}  // namespace
+}  // namespace zr::test
