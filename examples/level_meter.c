@@ -15,7 +15,7 @@
 static double Decibels(double magnitude) { return 20.0 * log10(magnitude); }
 
 int main(int argumentCount, char** arguments) {
-  const int32_t blockLength = argumentCount == 2 ? atoi(arguments[1]) : 0;
+  const int32_t blockLength = argumentCount == 2 ? (int32_t)strtol(arguments[1], NULL, 10) : 0;
   if (blockLength < 1) {
     fprintf(stderr, "usage: level_meter BLOCK_LENGTH < SAMPLES\n");
     return 2;

@@ -16,7 +16,8 @@
 #include <vector>
 
 int main(int argumentCount, char** arguments) {
-  const int32_t n = argumentCount == 5 ? std::atoi(arguments[1]) : 0;
+  const auto n =
+      static_cast<int32_t>(argumentCount == 5 ? std::strtol(arguments[1], nullptr, 10) : 0);
   if (n < 2) {
     std::fputs("usage: noise COUNT MEAN DEVIATION SEED > SAMPLES, with a COUNT of 2 or more\n",
                stderr);

@@ -61,7 +61,8 @@ int32_t LimitInPlace(Element* s, int32_t n, const Element& level) {
   }
   for (int32_t i = 0; i < n; ++i) {
     const auto element = std::bit_cast<Element>(LoadWord(s + i));
-    if (Rule::IsBeyond(element, limit)) StoreWord(s + i, levelWord);
+    if (Rule::IsBeyond(element, limit)) [[unlikely]]
+      StoreWord(s + i, levelWord);
   }
   return kStatusOk;
 }
@@ -81,9 +82,10 @@ int32_t ReplaceInPlace(Element* s, int32_t n, Element levelLow, const Element& v
   const WordOf<Element> wordHigh = LoadWord(&valueHigh);
   for (int32_t i = 0; i < n; ++i) {
     const auto element = std::bit_cast<Element>(LoadWord(s + i));
-    const bool isKept = element >= levelLow && element <= levelHigh;
-    if (!isKept) [[unlikely]]
-      StoreWord(s + i, element > levelHigh ? wordHigh : wordLow);
+    const bool isBelow = !(element >= levelLow);
+    const bool isAbove = element > levelHigh;
+    if (isBelow || isAbove) [[unlikely]]
+      StoreWord(s + i, isBelow ? wordLow : wordHigh);
   }
   return kStatusOk;
 }

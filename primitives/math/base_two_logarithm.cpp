@@ -47,8 +47,12 @@ DoubleLength BaseTwoLogarithm(double x) {
   const double series =
       w * (((-0.08325619496470027 * w + 0.16015105075870564) * w - 0.3465736568077919) * w +
            9.597935033233503e-08);
-  const DoubleLength sum = OrderedSum(known, offset);
-  return OrderedSum(sum.head, ((error + tails) + sum.tail) + series);
+  // Close to 1 the error is nearly as large as the offset.
+  const DoubleLength withOffset = OrderedSum(known, offset);
+  const DoubleLength withError = OrderedSum(withOffset.head, error);
+  const DoubleLength withSeries = OrderedSum(withError.head, series);
+  return OrderedSum(withSeries.head,
+                    ((tails + withOffset.tail) + withError.tail) + withSeries.tail);
 }
 
 }  // namespace zr::primitives

@@ -59,19 +59,25 @@ int32_t ippsSqrt_64f_I(double* s, int32_t n) {
 }
 
 int32_t ippsLn_32f(const float* a, float* d, int32_t n) {
+  using Limits = std::numeric_limits<float>;
   if (const int32_t status = CheckArguments(n, 1, a, d)) return status;
   const DoublePrecisionScope scope;
   int32_t warning = kStatusOk;
+  const auto warn = [&warning](int32_t status) {
+    if (warning == kStatusOk) warning = status;
+  };
   for (int32_t i = 0; i < n; ++i) {
     const uint32_t word = LoadWord(a + i);
-    const bool isNegative = (word & kSignBit<float>) != 0;
-    if (word != 0 && !isNegative) {
-      Store(d, i, RoundToFloat(LogarithmOf(Load(a, i))));
-      continue;
+    if ((word & kSignBit<float>) != 0) {
+      warn(kStatusNegativeLogarithm);
+      Store(d, i, kZeroOverZero<float>);
+    } else if (word == 0) {
+      warn(kStatusZeroLogarithm);
+      Store(d, i, -Limits::infinity());
+    } else {
+      const float x = Load(a, i);
+      Store(d, i, std::isnan(x) ? Limits::quiet_NaN() : RoundToFloat(LogarithmOf(x)));
     }
-    if (warning == kStatusOk)
-      warning = isNegative ? kStatusNegativeLogarithm : kStatusZeroLogarithm;
-    Store(d, i, isNegative ? kZeroOverZero<float> : -std::numeric_limits<float>::infinity());
   }
   return warning;
 }

@@ -52,11 +52,9 @@ DoubleLength ArcTangent(double small, double large) {
   const double numerator = small - step * large;
   const double denominator = large + step * small;
   const double t = numerator / denominator;
-  // Alone, a quotient must not miss what its rounding took.
+  const double product = t * denominator;
   const double missing =
-      i == 0 ? ((numerator - t * denominator) - ErrorOfProduct(t, denominator, t * denominator)) /
-                   denominator
-             : 0.0;
+      ((numerator - product) - ErrorOfProduct(t, denominator, product)) / denominator;
   const double z = t * t;
   const double series =
       (((0.1111111111111111 * z - 0.14285714285714285) * z + 0.2) * z - 0.3333333333333333) * z * t;

@@ -27,7 +27,7 @@ void PrintLmsDigests() {
       };
       addTaps(&setUp);
       for (int call = 0; call < 5; ++call) {
-        const std::size_t count = 1 + random.Bits() % 100;
+        const std::size_t count = RandomLength(random, 100);
         const std::vector<int16_t> source = RandomSamples(random.Bits(), count);
         const std::vector<int16_t> reference = RandomSamples(random.Bits(), count);
         const bool isAnyStep = seed % 4 == 0;

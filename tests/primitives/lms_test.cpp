@@ -127,7 +127,7 @@ TEST(Lms, FollowsItsFormulaToTheBitHoweverItIsCut) {
     for (float& tap : taps)
       tap = static_cast<float>(random.Next<int16_t>()) / 30011;
     const Samples ring = RandomSamples(random.Bits(), tapsLen);
-    const std::size_t index = random.Bits() % tapsLen;
+    const std::size_t index = RandomLength(random, tapsLen) - 1;
     Samples heard = ring;
     std::rotate(heard.begin(), heard.begin() + static_cast<std::ptrdiff_t>(index), heard.end());
     Formula formula(taps, heard);
@@ -135,7 +135,7 @@ TEST(Lms, FollowsItsFormulaToTheBitHoweverItIsCut) {
     const StatePointer inPlace = Make(taps, ring, static_cast<int32_t>(index));
     EXPECT_EQ(Bits(TapsOf(state.get(), tapsLen)), Bits(taps));
     for (int call = 0; call < 40; ++call) {
-      const std::size_t count = 1 + random.Bits() % (2 * tapsLen);
+      const std::size_t count = RandomLength(random, 2 * tapsLen);
       const Samples source = RandomSamples(random.Bits(), count);
       const Samples reference = RandomSamples(random.Bits(), count);
       const float mu = static_cast<float>(call % 8 - 1) * 3e-11F / static_cast<float>(tapsLen);

@@ -179,7 +179,8 @@ using Calls = std::vector<std::unique_ptr<PrimitiveCall>>;
 constexpr bool IsPlain(std::string_view family) {
   return family == "Arithmetic" || family == "Statistics" || family == "Conversion" ||
          family == "Memory" || family == "Random" || family == "IntegerArithmetic" ||
-         family == "IntegerFunctions" || family == "Sorting" || family == "SingleMath";
+         family == "IntegerFunctions" || family == "Sorting" || family == "SingleMath" ||
+         family == "DoubleMath" || family == "ElementaryFunctions";
 }
 
 template <bool kIsPlain, typename Result, typename... Types>

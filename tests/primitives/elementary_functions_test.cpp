@@ -1,0 +1,319 @@
+// Roots, exponentials, logarithms and polar parts: the edges that tell the forms apart, groups of
+// exponentials, and the error against the C library's functions in long double.
+#include "primitives/math/elementary_functions.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "primitives/element_words.h"
+#include "primitives/processor/floating_point_control.h"
+#include "tests/primitives/bits.h"
+#include "tests/primitives/extended_precision.h"
+#include "tests/primitives/random_elements.h"
+#include "tests/primitives/ulps.h"
+
+namespace zr::test {
+namespace {
+
+using primitives::LoadWord;
+
+using Floats = std::vector<float>;
+using Doubles = std::vector<double>;
+
+constexpr double kWideInfinity = std::numeric_limits<double>::infinity();
+constexpr double kWideNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr float kSmallest = std::numeric_limits<float>::denorm_min();
+constexpr float kLargest = std::numeric_limits<float>::max();
+
+template <typename Element>
+int32_t Length(const std::vector<Element>& values) {
+  return static_cast<int32_t>(values.size());
+}
+
+TEST(SquareRoots, DifferAtTheEdges) {
+  enum { k32f, k32fInPlace, k64f, k64fInPlace };
+  constexpr double kNegativeNaN = -kWideNaN;
+  const struct {
+    double x;
+    double expected[4];
+    int32_t status[4];
+  } rows[] = {
+      {2.25, {1.5, 1.5, 1.5, 1.5}, {0, 0, 0, 0}},
+      {0.0, {0.0, 0.0, 0.0, 0.0}, {0, 0, 0, 0}},
+      {-0.0, {0.0, -0.0, -0.0, -0.0}, {0, 0, 0, 0}},
+      {-4.0, {kNegativeNaN, kNegativeNaN, kNegativeNaN, kNegativeNaN}, {3, 3, 3, 3}},
+      {-kWideInfinity, {kNegativeNaN, kNegativeNaN, kNegativeNaN, kNegativeNaN}, {3, 3, 3, 3}},
+      {kWideNaN, {0.0, kNegativeNaN, kNegativeNaN, kNegativeNaN}, {0, 3, 3, 3}},
+      {kWideInfinity, {kWideInfinity, kWideInfinity, kWideInfinity, kWideInfinity}, {0, 0, 0, 0}},
+      {0x1p-148, {0x1p-74, 0x1p-74, 0x1p-74, 0x1p-74}, {0, 0, 0, 0}},
+  };
+  for (const auto& row : rows) {
+    // A warning outlives the ordinary elements behind it.
+    const Floats floats = {static_cast<float>(row.x), 9.0F};
+    const Doubles doubles = {row.x, 9.0};
+    Floats ofFloats(2);
+    Floats floatsInPlace = floats;
+    Doubles ofDoubles(2);
+    Doubles doublesInPlace = doubles;
+    EXPECT_EQ(ippsSqrt_32f(floats.data(), ofFloats.data(), 2), row.status[k32f]) << row.x;
+    EXPECT_EQ(ippsSqrt_32f_I(floatsInPlace.data(), 2), row.status[k32fInPlace]) << row.x;
+    EXPECT_EQ(ippsSqrt_64f(doubles.data(), ofDoubles.data(), 2), row.status[k64f]) << row.x;
+    EXPECT_EQ(ippsSqrt_64f_I(doublesInPlace.data(), 2), row.status[k64fInPlace]) << row.x;
+    EXPECT_EQ(Bits(ofFloats[0]), Bits(static_cast<float>(row.expected[k32f]))) << row.x;
+    EXPECT_EQ(Bits(floatsInPlace[0]), Bits(static_cast<float>(row.expected[k32fInPlace]))) << row.x;
+    EXPECT_EQ(LoadWord(&ofDoubles[0]), LoadWord(&row.expected[k64f])) << row.x;
+    EXPECT_EQ(LoadWord(&doublesInPlace[0]), LoadWord(&row.expected[k64fInPlace])) << row.x;
+    EXPECT_EQ(ofFloats[1] + floatsInPlace[1], 6.0F);
+    EXPECT_EQ(ofDoubles[1] + doublesInPlace[1], 6.0);
+  }
+}
+
+TEST(Logarithm, FirstExceptionalElementDecides) {
+  const float otherNaN = std::bit_cast<float>(0x7fc12345U);
+  const struct {
+    Floats source;
+    std::vector<uint32_t> expected;
+    int32_t status;
+  } rows[] = {
+      {{0.0F, -1.0F}, {0xff800000, 0xffc00000}, 7},
+      {{-1.0F, 0.0F}, {0xffc00000, 0xff800000}, 8},
+      {{1.0F, -0.0F, 0.0F}, {0, 0xffc00000, 0xff800000}, 8},
+      {{-otherNaN, 0.0F}, {0xffc00000, 0xff800000}, 8},
+      {{-kInfinity, -kSmallest}, {0xffc00000, 0xffc00000}, 8},
+      {{otherNaN, kInfinity}, {0x7fc00000, 0x7f800000}, 0},
+      {{kSmallest, kLargest}, {Bits(-103.2789299F), Bits(88.72283905F)}, 0},
+  };
+  for (const auto& row : rows) {
+    Floats result(row.source.size());
+    EXPECT_EQ(ippsLn_32f(row.source.data(), result.data(), Length(row.source)), row.status);
+    EXPECT_EQ(Bits(result), row.expected);
+  }
+}
+
+TEST(Exponential, EndsOfItsRangeHangOnTheLength) {
+  const struct {
+    float x;
+    float alone;
+    float ofFour;
+  } singles[] = {
+      {0.0F, 1.0F, 1.0F},
+      {-kSmallest, 1.0F, 1.0F},
+      {100.0F, kInfinity, kInfinity},
+      {88.722839F, kInfinity, kInfinity},
+      {88.722832F, 0x1.ffff08p127F, 0x1.ffff08p127F},
+      {-87.336544F, 8388646 * kSmallest, 8388646 * kSmallest},
+      {-87.5F, 7123644 * kSmallest, 0.0F},
+      {-100.0F, 27 * kSmallest, 0.0F},
+      {-104.0F, 0.0F, 0.0F},
+      {kInfinity, kInfinity, kInfinity},
+      {-kInfinity, 0.0F, 0.0F},
+  };
+  for (const auto& row : singles) {
+    float alone = 9.0F;
+    Floats ofFour(4, row.x);
+    EXPECT_EQ(ippsExp_32f(&row.x, &alone, 1), 0);
+    EXPECT_EQ(ippsExp_32f_I(ofFour.data(), 4), 0);
+    EXPECT_EQ(Bits(alone), Bits(row.alone)) << row.x;
+    EXPECT_EQ(Bits(ofFour), Bits(Floats(4, row.ofFour))) << row.x;
+  }
+  const struct {
+    double x;
+    double alone;
+    double ofFour;
+  } doubles[] = {
+      {0.0, 1.0, 1.0},
+      {-0x1p-1074, 1.0, 1.0},
+      {709.79, kWideInfinity, kWideInfinity},
+      {-708.4, 0x0.ff15b469edf89p-1022, 0.0},
+      {-720.0, 41132809365 * 0x1p-1074, 0.0},
+      {-746.0, 0.0, 0.0},
+      {kWideInfinity, kWideInfinity, kWideInfinity},
+      {-kWideInfinity, 0.0, 0.0},
+  };
+  for (const auto& row : doubles) {
+    double alone = 9.0;
+    Doubles ofFour(4, row.x);
+    EXPECT_EQ(ippsExp_64f(&row.x, &alone, 1), 0);
+    EXPECT_EQ(ippsExp_64f_I(ofFour.data(), 4), 0);
+    EXPECT_EQ(LoadWord(&alone), LoadWord(&row.alone)) << row.x;
+    EXPECT_EQ(ofFour, Doubles(4, row.ofFour)) << row.x;
+  }
+}
+
+template <typename Element, typename Word>
+void ExpectWordsOfFour(int32_t (*exponentials)(Element*, int32_t), std::vector<Word> words,
+                       const std::vector<Word>& expected) {
+  ASSERT_EQ(exponentials(reinterpret_cast<Element*>(words.data()), 4), 0);
+  EXPECT_EQ(words, expected);
+}
+
+TEST(Exponential, NaNsInLongVectorsAreMadeQuietByTheirBits) {
+  ExpectWordsOfFour<float, uint32_t>(&ippsExp_32f_I,
+                                     {0x7fc12345, 0xffc12345, 0x7f800001, 0xff800001},
+                                     {0x7fc00000, 0xffc00000, 0x7f800000, 0});
+  ExpectWordsOfFour<double, uint64_t>(
+      &ippsExp_64f_I,
+      {0x7ff8000000000001, 0xfff8000000000001, 0x7ff0000000000001, 0xfff0000000000001},
+      {0x7ff8000000000000, 0xfff8000000000000, 0x7ff0000000000000, 0});
+  float alone = -kNaN;
+  EXPECT_EQ(ippsExp_32f_I(&alone, 1), 0);
+  EXPECT_TRUE(std::isnan(alone));
+}
+
+// Whatever stands between them, ordinary elements form groups from the last to the first, and those
+// that are left are computed alone.
+template <typename Element>
+void ExpectGroupsFromTheEnd(int32_t (*exponentials)(Element*, int32_t), double range) {
+  using Elements = std::vector<Element>;
+  RandomElements random(5, false);
+  int differingRoutes = 0;
+  for (int32_t n = 4; n < 60; ++n) {
+    Elements source;
+    Elements expected;
+    std::vector<std::size_t> ordinary;
+    for (int32_t i = 0; i < n; ++i) {
+      const double uniform = static_cast<double>(random.Bits() >> 11) * 0x1p-52 - 1.0;
+      const bool isOrdinary = random.Bits() % 4 != 0;
+      source.push_back(static_cast<Element>(isOrdinary ? uniform * range : -800.0));
+      expected.push_back(0);
+      if (isOrdinary) ordinary.push_back(source.size() - 1);
+    }
+    for (; ordinary.size() >= 4; ordinary.resize(ordinary.size() - 4)) {
+      Elements group;
+      for (std::size_t k = ordinary.size() - 4; k < ordinary.size(); ++k)
+        group.push_back(source[ordinary[k]]);
+      ASSERT_EQ(exponentials(group.data(), 4), 0);
+      for (std::size_t k = 0; k < 4; ++k)
+        expected[ordinary[ordinary.size() - 4 + k]] = group[k];
+    }
+    for (const std::size_t place : ordinary) {
+      expected[place] = source[place];
+      ASSERT_EQ(exponentials(&expected[place], 1), 0);
+      Elements grouped(4, source[place]);
+      ASSERT_EQ(exponentials(grouped.data(), 4), 0);
+      if (grouped[0] != expected[place]) ++differingRoutes;
+    }
+    ASSERT_EQ(exponentials(source.data(), n), 0);
+    EXPECT_EQ(source, expected) << n;
+  }
+  EXPECT_GT(differingRoutes, 0);  // Else the routes could be exchanged unnoticed.
+}
+
+TEST(Exponential, GroupsGoFromTheLastToTheFirst) {
+  ExpectGroupsFromTheEnd<float>(&ippsExp_32f_I, 87.0);
+  ExpectGroupsFromTheEnd<double>(&ippsExp_64f_I, 708.0);
+}
+
+TEST(Polar, KeepsTheWidthAndTheSigns) {
+  constexpr float kPi = 3.14159265358979F;
+  const struct {
+    Complex32f x;
+    float magnitude;
+    float phase;
+    float power;
+  } rows[] = {
+      {{3.0F, 4.0F}, 5.0F, 0.927295218F, 25.0F},
+      {{1e30F, 1e30F}, 1.41421358365e30F, kPi / 4, kInfinity},
+      {{-1e-30F, 1e-30F}, 1.41421356686e-30F, 2.35619449F, 0.0F},
+      {{kSmallest, 0.0F}, kSmallest, 0.0F, 0.0F},
+      {{kLargest, -kSmallest}, kLargest, -0.0F, kInfinity},
+      {{-1.0F, 0.0F}, 1.0F, kPi, 1.0F},
+      {{-1.0F, -0.0F}, 1.0F, -kPi, 1.0F},
+      {{0.0F, -0.0F}, 0.0F, -0.0F, 0.0F},
+      {{-0.0F, 0.0F}, 0.0F, kPi, 0.0F},
+      {{-0.0F, -2.0F}, 2.0F, -kPi / 2, 4.0F},
+      {{kInfinity, -kInfinity}, kInfinity, -kPi / 4, kInfinity},
+      {{-kInfinity, kInfinity}, kInfinity, 2.35619449F, kInfinity},
+      {{-kInfinity, -1.0F}, kInfinity, -kPi, kInfinity},
+      {{7.0F, kInfinity}, kInfinity, kPi / 2, kInfinity},
+  };
+  for (const auto& row : rows) {
+    const auto expect = [&row](int32_t (*primitive)(const Complex32f*, float*, int32_t),
+                               float expected) {
+      float result = 9.0F;
+      EXPECT_EQ(primitive(&row.x, &result, 1), 0);
+      EXPECT_EQ(Bits(result), Bits(expected)) << row.x.re << ' ' << row.x.im << ' ' << result;
+    };
+    expect(&ippsMagn_32fc, row.magnitude);
+    expect(&ippsPhase_32fc, row.phase);
+    expect(&ippsPowerSpectr_32fc, row.power);
+  }
+  const Complex32f notANumber = {1.0F, kNaN};
+  float phase = 9.0F;
+  EXPECT_EQ(ippsPhase_32fc(&notANumber, &phase, 1), 0);
+  EXPECT_TRUE(std::isnan(phase));
+  // Each square leaves the range, or loses bits, by itself.
+  const Complex64f wide[] = {{1e200, 1.0}, {0x1.8p-537, 0x1.8p-537}, {3.0, -4.0}};
+  double powers[3] = {};
+  EXPECT_EQ(ippsPowerSpectr_64fc(wide, powers, 3), 0);
+  EXPECT_EQ(powers[0], kWideInfinity);
+  EXPECT_EQ(powers[1], 4 * 0x1p-1074);
+  EXPECT_EQ(powers[2], 25.0);
+}
+
+// So few results are close to the middle between two floats that all of these are the nearest one.
+TEST(ElementaryFunctions, GiveTheNearestFloat) {
+  RandomElements random(3, false);
+  const auto anyFloat = [&random] {
+    return std::bit_cast<float>(static_cast<uint32_t>(random.Bits() % 0x7f800000));
+  };
+  for (int i = 0; i < 50000; ++i) {
+    const float x =
+        i % 2 == 0 ? anyFloat() : 1.0F + static_cast<float>(random.Bits() % 4096) / 65536;
+    const float exponent = static_cast<float>(random.Bits() % 0x1000000) / 0x10000 - 128.0F;
+    const Complex32f number = {i % 3 == 0 ? x : exponent, i % 5 < 2 ? -anyFloat() : exponent / 3};
+    float logarithm = 0.0F;
+    float exponential = 0.0F;
+    float phase = 0.0F;
+    ippsLn_32f(&x, &logarithm, 1);
+    ippsExp_32f(&exponent, &exponential, 1);
+    ippsPhase_32fc(&number, &phase, 1);
+    const ExtendedPrecision scope;
+    const auto wide = [](float value) { return static_cast<long double>(value); };
+    EXPECT_EQ(Bits(logarithm), Bits(static_cast<float>(std::log(wide(x))))) << x;
+    EXPECT_EQ(Bits(exponential), Bits(static_cast<float>(std::exp(wide(exponent))))) << exponent;
+    EXPECT_EQ(Bits(phase), Bits(static_cast<float>(std::atan2(wide(number.im), wide(number.re)))))
+        << number.re << ' ' << number.im;
+  }
+}
+
+TEST(ElementaryFunctions, GroupedExponentialsAreNearTheirValues) {
+  RandomElements random(4, false);
+  for (int i = 0; i < 20000; ++i) {
+    Doubles doubles;
+    Floats floats;
+    for (int k = 0; k < 4; ++k) {
+      doubles.push_back((static_cast<double>(random.Bits() >> 11) * 0x1p-52 - 1.0) * 708.0);
+      floats.push_back(static_cast<float>(doubles.back() / 8.2));
+    }
+    const float single = floats[0];
+    const double wide = doubles[0];
+    ippsExp_32f_I(floats.data(), 4);
+    ippsExp_64f_I(doubles.data(), 4);
+    EXPECT_LE(Ulps(doubles[0], [=] { return std::exp(static_cast<long double>(wide)); }), 1.1);
+    EXPECT_LE(Ulps(floats[0], [=] { return std::exp(static_cast<long double>(single)); }) * 0x1p-29,
+              0.6)
+        << single;
+  }
+}
+
+// The precision and the rounding that a caller has set come back, and do not show in the results.
+TEST(ElementaryFunctions, WorkInDoublePrecision) {
+  const Floats source = {0.1F, 3.0F, 1e-20F};
+  const Floats logarithms = {-2.30258512F, 1.09861231F, -46.0517018916F};
+  Floats result(3);
+  {
+    const ExtendedPrecision scope;
+    const uint32_t before = FpGetControlWord();
+    EXPECT_EQ(ippsLn_32f(source.data(), result.data(), 3), 0);
+    EXPECT_EQ(FpGetControlWord(), before);
+  }
+  EXPECT_EQ(Bits(result), Bits(logarithms));
+}
+
+}  // namespace
+}  // namespace zr::test
