@@ -22,7 +22,7 @@ is_installed() {
   [[ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" == installed ]]
 }
 
-(($# > 0)) || fail "name at least one group: build, demo, test, bench, lint"
+(($# > 0)) || fail "name at least one group: build, demo, test, bench, doc, lint, nt"
 
 missing=()
 for group in "$@"; do

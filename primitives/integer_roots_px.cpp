@@ -7,13 +7,13 @@
 
 #include "primitives/dispatch/px_entries.h"
 #include "primitives/elementwise.h"
-#include "primitives/scaling.h"
 
 namespace zr::primitives::px {
 namespace {
 
 constexpr int32_t kHighest16 = std::numeric_limits<int16_t>::max();
 constexpr int64_t kHighest64 = std::numeric_limits<int64_t>::max();
+constexpr uint64_t kHighestHalf = 0xffffffff;
 
 /// The rounded root of x >= 0, found from a first guess below it: r^2 + r is the largest square
 /// that rounds to r.
@@ -74,13 +74,6 @@ int32_t RootShiftedFarLeft(int32_t x, int32_t shift) {
   return static_cast<int32_t>(aboveByHalf);
 }
 
-/// sqrt(x) * 2^fractionBits, cut to an integer; where the root as a double is rounded up to the
-/// next integer, it is that one.
-uint64_t EstimateRoot(int64_t x, int32_t fractionBits) {
-  const double root = std::sqrt(static_cast<double>(x));
-  return static_cast<uint64_t>(static_cast<int64_t>(root * DoublePowerOfTwo(-fractionBits)));
-}
-
 /// The integer part of (integer + fraction * 2^-32)^2, for integer and fraction below 2^32.
 uint64_t IntegerPartOfSquare(uint64_t integer, uint64_t fraction) {
   return integer * integer + (((fraction * fraction >> 33) + integer * fraction) >> 31);
@@ -88,7 +81,8 @@ uint64_t IntegerPartOfSquare(uint64_t integer, uint64_t fraction) {
 
 /// sqrt(x) * 2^-shift, rounded, ties to even, for shifts from 1 to 32.
 int64_t RootShiftedRight(int64_t x, int32_t shift) {
-  const uint64_t root = EstimateRoot(x, 0) >> shift;
+  // Rounded up to the next integer or not: the root stays on its side of every midpoint.
+  const uint64_t root = static_cast<uint64_t>(std::sqrt(static_cast<double>(x))) >> shift;
   const uint64_t midpoint = (root << shift) + (uint64_t{1} << (shift - 1));
   const uint64_t square = midpoint * midpoint;
   const auto element = static_cast<uint64_t>(x);
@@ -96,34 +90,28 @@ int64_t RootShiftedRight(int64_t x, int32_t shift) {
   return static_cast<int64_t>(root + (isUp ? 1 : 0));
 }
 
-// With as many fraction bits and no more, a double is near enough to the root: its error is below
-// half a unit, so that an estimate which is not the root cut is the root rounded.
-constexpr int32_t kMostEstimatedBits = 20;
-
-/// sqrt(x) * 2^shift, rounded, for shifts from 0 to kMostEstimatedBits.
+/// sqrt(x) * 2^shift, rounded and saturated, for shifts from 0 to 62: an integer and a fraction of
+/// 32 bits, each estimated and then corrected. What goes beyond 31 fraction bits of the result
+/// stands in the square from the start.
 int64_t RootShiftedLeft(int64_t x, int32_t shift) {
-  const uint64_t root = EstimateRoot(x, shift);
-  const uint64_t fraction = (root << (32 - shift) & 0xffffffff) + (uint64_t{1} << (31 - shift));
-  const bool isUp = IntegerPartOfSquare(root >> shift, fraction) < static_cast<uint64_t>(x);
-  return static_cast<int64_t>(root + (isUp ? 1 : 0));
-}
-
-/// sqrt(x) * 2^shift, rounded and saturated, for shifts up to 62, bit by bit. What goes beyond 31
-/// fraction bits stands in the square from the start.
-int64_t RootShiftedFarLeft(int64_t x, int32_t shift) {
+  if (x == 0) return 0;
   if (shift > 31 && x > kHighest64 >> (2 * shift - 63)) return kHighest64;
   const int32_t fractionBits = std::min(shift, 31);
   const uint64_t square = static_cast<uint64_t>(x) << 2 * (shift - fractionBits);
-  uint64_t integer = 0;
-  for (uint64_t bit = uint64_t{1} << 31; bit != 0; bit >>= 1) {
-    const uint64_t candidate = integer | bit;
-    if (candidate * candidate <= square) integer = candidate;
+  const double root = std::sqrt(static_cast<double>(square));
+
+  auto integer = std::min(static_cast<uint64_t>(root), kHighestHalf);
+  while (integer * integer > square) {
+    --integer;
   }
-  // The last of these bits decides the rounding. A fraction whose square is an integer is 0.
-  uint64_t fraction = 0;
-  for (int32_t place = 31; place >= 31 - fractionBits; --place) {
-    const uint64_t candidate = fraction | uint64_t{1} << place;
-    if (IntegerPartOfSquare(integer, candidate) < square) fraction = candidate;
+  const auto rest = static_cast<double>(square - integer * integer);
+  const double estimate = rest / (root + static_cast<double>(integer)) * 0x1p32;
+  auto fraction = std::min(static_cast<uint64_t>(estimate), kHighestHalf);
+  while (fraction > 0 && IntegerPartOfSquare(integer, fraction) >= square) {
+    --fraction;
+  }
+  while (fraction < kHighestHalf && IntegerPartOfSquare(integer, fraction + 1) < square) {
+    ++fraction;
   }
   const uint64_t withRoundingBit = (integer << 32 | fraction) >> (31 - fractionBits);
   return static_cast<int64_t>((withRoundingBit >> 1) + (withRoundingBit & 1));
@@ -168,9 +156,6 @@ int32_t ippsSqrt_64s_Sfs(const int64_t* a, int64_t* d, int32_t n, int32_t scaleF
     return ForEachRoot([scaleFactor](Word x) { return RootShiftedRight(x, scaleFactor); }, a, d, n);
   }
   const int32_t shift = -scaleFactor;
-  if (shift > kMostEstimatedBits) {
-    return ForEachRoot([shift](Word x) { return RootShiftedFarLeft(x, shift); }, a, d, n);
-  }
   return ForEachRoot([shift](Word x) { return RootShiftedLeft(x, shift); }, a, d, n);
 }
 

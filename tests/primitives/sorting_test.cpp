@@ -52,6 +52,7 @@ void ExpectEveryOrderSorted(int32_t n) {
   } rows[] = {
       {"sorted", [](int32_t i, int32_t) { return i; }},
       {"reversed", [](int32_t i, int32_t) { return -i; }},
+      {"organ pipe", [](int32_t i, int32_t length) { return std::min(i, length - 1 - i); }},
       {"equal", [](int32_t, int32_t) { return 5; }},
       {"two values", [](int32_t i, int32_t) { return i % 2; }},
       {"zeros of both signs", [](int32_t i, int32_t) { return i % 3 == 0 ? 0.0 : -0.0; }},
