@@ -4,21 +4,16 @@
 #include "primitives/dispatch/families.h"
 
 namespace zr::primitives {
-namespace {
-
-template <typename Function>
-constexpr VariantRow Row(const void* slot, Function entry) {
-  const auto code = reinterpret_cast<PrimitiveEntry>(entry);
-  return {slot, code, code, code, code};
-}
-
-}  // namespace
 
 extern const VariantTable PrimitiveVariantTable = {{
+#define ROW(slot, entry)                                                             \
+  {&PrimitiveSlotTable.slot, reinterpret_cast<PrimitiveEntry>(entry),                \
+   reinterpret_cast<PrimitiveEntry>(entry), reinterpret_cast<PrimitiveEntry>(entry), \
+   reinterpret_cast<PrimitiveEntry>(entry)},
 #define PRIMITIVE(family, result, name, parameters, summary) \
-  Row(&PrimitiveSlotTable.name, ENTRY_##family(result(*) parameters, name)),
+  ROW(name, ENTRY_##family(result(*) parameters, name))
 #define SAME_ENTRY(family, result, name, parameters, summary, other) \
-  Row(&PrimitiveSlotTable.name, ENTRY_##family(result(*) parameters, other)),
+  ROW(name, ENTRY_##family(result(*) parameters, other))
 #include "primitives/primitive_list.def"
                                                    },
                                                    kPrimitiveCount};
