@@ -3,6 +3,7 @@
 
 namespace zr::test {
 
+void PrintDoubleMathDigests();
 void PrintFftDigests();
 void PrintFirDigests();
 void PrintIirDigests();

@@ -8,5 +8,6 @@ int main() {
   zr::test::PrintFirDigests();
   zr::test::PrintFftDigests();
   zr::test::PrintSingleMathDigests();
+  zr::test::PrintDoubleMathDigests();
   return 0;
 }
