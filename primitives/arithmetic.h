@@ -44,7 +44,7 @@ int32_t ippsMul_32f_I(const float* a, float* s, int32_t n);
 int32_t ippsMul_64f_I(const double* a, double* s, int32_t n);
 int32_t ippsMul_32fc_I(const Complex32f* a, Complex32f* s, int32_t n);
 
-/// d = a * b, the exact integer product.
+/// d = a * b, the exact integer product. d overlaps neither, as its elements are wider.
 int32_t ippsMul_16s32f(const int16_t* a, const int16_t* b, float* d, int32_t n);
 
 /// s = s + a * b. Floats: the product is exact, the sum is rounded to double precision and then to

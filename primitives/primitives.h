@@ -9,6 +9,8 @@
 #include "primitives/filters/fir_design.h"
 #include "primitives/filters/iir.h"
 #include "primitives/filters/lms.h"
+#include "primitives/filters/resampling.h"
+#include "primitives/filters/wavelet.h"
 #include "primitives/integer_arithmetic.h"
 #include "primitives/integer_functions.h"
 #include "primitives/library.h"

@@ -32,7 +32,8 @@ inline double RoundToDouble(double value) {
 }
 
 /// Rounds to the nearest integer, ties to even, for values from -2^31 to 2^31 - 1. Beside this
-/// constant a double has no room for a fraction, so that the sum rounds to an integer.
+/// constant a double has no room for a fraction, so that the sum rounds to an integer; on the x87
+/// that takes its 53-bit precision.
 inline int32_t RoundTiesToEven(double value) {
   constexpr double kNoFraction = 0x1.8p52;
   return static_cast<int32_t>((value + kNoFraction) - kNoFraction);

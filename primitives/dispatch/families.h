@@ -47,8 +47,8 @@ struct LeftOut<int32_t (*)(Parameters...)> {
 #define ENTRY_Correlation IS_BESIDE_THE_DRIVER
 #define ENTRY_Lms IS_BESIDE_THE_DRIVER
 #define ENTRY_Iir IS_BESIDE_THE_DRIVER
+#define ENTRY_Wavelet IS_BESIDE_THE_DRIVER
+#define ENTRY_Resampling IS_BESIDE_THE_DRIVER
 
 // Not written yet.
-#define ENTRY_Wavelet IS_OUT
-#define ENTRY_Resampling IS_OUT
 #define ENTRY_NoiseSuppression IS_OUT

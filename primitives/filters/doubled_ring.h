@@ -4,6 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+
+#include "primitives/element_access.h"
 
 namespace zr::primitives {
 
@@ -17,6 +20,20 @@ struct DoubledRing {
     data[static_cast<std::ptrdiff_t>(position) + length] = sample;
     ++position;
     if (position == length) position = 0;
+  }
+
+  /// At any address.
+  void PushAll(const float* samples, int32_t count) {
+    if (count < length) {
+      for (int32_t i = 0; i < count; ++i) {
+        Push(Load(samples, i));
+      }
+      return;
+    }
+    const std::size_t size = static_cast<std::size_t>(length) * sizeof(float);
+    std::memcpy(data, samples + (count - length), size);
+    std::memcpy(data + length, samples + (count - length), size);
+    position = 0;
   }
 
   /// The run of the last `length` samples, the newest at its end.

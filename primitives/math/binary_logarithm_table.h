@@ -23,12 +23,12 @@ struct BinaryLogarithmTable {
 };
 
 constexpr BinaryLogarithmTable MakeBinaryLogarithmTable() {
-  using Number = FixedPoint<6>;
+  using Number = FixedPoint<5>;
   constexpr uint32_t kLast = kBinaryLogarithmRows - 1;
   constexpr int32_t kHeadBits = 21;
   constexpr uint32_t kOne = 1 << 23;  // In units of the last bit of a factor below 1.
   constexpr auto kScale = static_cast<uint32_t>(kBinaryScale * kOne);
-  const Number log2OfE = Reciprocal(LogarithmOfRatio<6>(2, 1));
+  const Number log2OfE = Reciprocal(LogarithmOfRatio<5>(2, 1));
   BinaryLogarithmTable table = {};
   Number naturalLogarithm;
   uint32_t factorBefore = kScale;
@@ -39,7 +39,7 @@ constexpr BinaryLogarithmTable MakeBinaryLogarithmTable() {
     const uint64_t divisor = lastBit * mantissa;
     const auto factor = static_cast<uint32_t>((dividend + divisor / 2) / divisor * lastBit);
     // From row to row the series is short.
-    naturalLogarithm = naturalLogarithm + LogarithmOfRatio<6>(factorBefore, factor);
+    naturalLogarithm = naturalLogarithm + LogarithmOfRatio<5>(factorBefore, factor);
     factorBefore = factor;
     const Number logarithm = naturalLogarithm * log2OfE;
     table.rows[j] = {static_cast<double>(factor) / kOne,

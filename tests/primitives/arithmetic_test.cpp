@@ -258,6 +258,137 @@ TEST(Arithmetic, ComplexNumbers) {
   EXPECT_EQ(wide.im, 1.5 * -5.625 - 2.0 * 5.0);
 }
 
+// Quotients and products that are not exact, each rounded where its formula says so.
+TEST(Arithmetic, ComplexFormulasRoundOnceAtTheEnd) {
+  RandomElements random(11, false);
+  for (int round = 0; round < 2000; ++round) {
+    const auto a = random.Next<Complex32f>();
+    const auto b = random.Next<Complex32f>();
+    const double ar = a.re;
+    const double ai = a.im;
+    const double br = b.re;
+    const double bi = b.im;
+    const double m = ar * ar + ai * ai;
+    if (m == 0) continue;
+    const double r = 1.0 / m;
+    const auto expect = [&](const Complex32f& got, double re, double im, const char* what) {
+      ASSERT_TRUE(IsSame(got.re, static_cast<float>(re))) << what << round;
+      ASSERT_TRUE(IsSame(got.im, static_cast<float>(im))) << what << round;
+    };
+    Complex32f d = {};
+    ippsMul_32fc(&a, &b, &d, 1);
+    expect(d, ar * br - ai * bi, ar * bi + ai * br, "product");
+    ippsDiv_32fc(&a, &b, &d, 1);
+    expect(d, (ar * br + ai * bi) * r, (ar * bi - ai * br) * r, "quotient");
+    ippsDivC_32fc(&b, a.re, a.im, &d, 1);
+    const double reciprocalRe = static_cast<float>(ar / m);
+    const double reciprocalIm = static_cast<float>(-ai / m);
+    expect(d, br * reciprocalRe - bi * reciprocalIm, br * reciprocalIm + bi * reciprocalRe, "by c");
+  }
+}
+
+TEST(Arithmetic, InPlaceFormsAreTheOthers) {
+  RandomElements random(12, false);
+  using Complex = std::vector<Complex32f>;
+  using Doubles = std::vector<double>;
+  Complex a(9);
+  Complex b(9);
+  Doubles x(9);
+  Doubles y(9);
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    a[i] = {random.Next<float>(), 3.0F};
+    b[i] = random.Next<Complex32f>();
+    x[i] = random.Next<double>() + 0.3;
+    y[i] = random.Next<double>();
+  }
+  const auto isSame = [](const auto& one, const auto& other) {
+    return std::memcmp(one.data(), other.data(), one.size() * sizeof(one[0])) == 0;
+  };
+  const struct {
+    const char* name;
+    int32_t (*apart)(const Complex32f*, const Complex32f*, Complex32f*, int32_t);
+    int32_t (*inPlace)(const Complex32f*, Complex32f*, int32_t);
+  } vectors[] = {{"Add", &ippsAdd_32fc, &ippsAdd_32fc_I},
+                 {"Sub", &ippsSub_32fc, &ippsSub_32fc_I},
+                 {"Mul", &ippsMul_32fc, &ippsMul_32fc_I},
+                 {"Div", &ippsDiv_32fc, &ippsDiv_32fc_I}};
+  for (const auto& row : vectors) {
+    Complex d(9);
+    Complex s = b;
+    row.apart(a.data(), b.data(), d.data(), 9);
+    row.inPlace(a.data(), s.data(), 9);
+    EXPECT_TRUE(isSame(s, d)) << row.name;
+  }
+  const struct {
+    const char* name;
+    int32_t (*apart)(const Complex32f*, float, float, Complex32f*, int32_t);
+    int32_t (*inPlace)(float, float, Complex32f*, int32_t);
+  } constants[] = {{"AddC", &ippsAddC_32fc, &ippsAddC_32fc_I},
+                   {"SubC", &ippsSubC_32fc, &ippsSubC_32fc_I},
+                   {"SubCRev", &ippsSubCRev_32fc, &ippsSubCRev_32fc_I},
+                   {"MulC", &ippsMulC_32fc, &ippsMulC_32fc_I},
+                   {"DivC", &ippsDivC_32fc, &ippsDivC_32fc_I}};
+  for (const auto& row : constants) {
+    Complex d(9);
+    Complex s = b;
+    row.apart(b.data(), 0.3F, -1.7F, d.data(), 9);
+    row.inPlace(0.3F, -1.7F, s.data(), 9);
+    EXPECT_TRUE(isSame(s, d)) << row.name;
+  }
+  Values quotient = {5.0F};
+  EXPECT_EQ(ippsDivC_32f_I(49.0F, quotient.data(), 1), 0);
+  EXPECT_EQ(Bits(quotient[0]), Bits(5.0F * 0.0204081628F)) << "through the reciprocal";
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    double d = y[i];
+    ippsSqr_64f(&d, &d, 1);
+    EXPECT_EQ(d, y[i] * y[i]);
+    d = y[i];
+    ippsSqr_64f_I(&d, 1);
+    EXPECT_EQ(d, y[i] * y[i]);
+    ippsAbs_64f(&y[i], &d, 1);
+    EXPECT_EQ(d, std::fabs(y[i]));
+    float f = static_cast<float>(y[i]);
+    const float square = f * f;
+    ippsSqr_32f_I(&f, 1);
+    EXPECT_EQ(f, square);
+  }
+  const Complex64f wide = {x[0], x[1]};
+  Complex64f sum = {};
+  ippsAdd_64fc(&wide, &wide, &sum, 1);
+  EXPECT_EQ(sum.re, 2 * x[0]);
+  const double zero = 0.0;
+  EXPECT_EQ(ippsDiv_64f(&zero, &x[0], &sum.re, 1), 6);
+}
+
+// A product that is not rounded before it is added shows in what is left of 1 + 2^-52 squared.
+TEST(Arithmetic, NoProductOfDoublesIsFusedWithItsSum) {
+  const double a = 1.0 + 0x1p-52;
+  double sum = -(1.0 + 0x1p-51);
+  EXPECT_EQ(ippsAddProduct_64f(&a, &a, &sum, 1), 0);
+  EXPECT_EQ(sum, 0.0);
+  const Complex64f one = {a, 1.0};
+  Complex64f product = {a, 1.0 + 0x1p-51};
+  EXPECT_EQ(ippsMul_64fc(&one, &product, &product, 1), 0);
+  EXPECT_EQ(product.re, 0.0);
+}
+
+TEST(Arithmetic, ShortCutsOfDoublesAndInPlaceTouchNothing) {
+  const double signalling = std::bit_cast<double>(0x7ff4000000000001U);
+  double s[] = {-0.0, std::numeric_limits<double>::infinity()};
+  EXPECT_EQ(ippsAddC_64f_I(0.0, s, 2), 0);
+  EXPECT_TRUE(std::signbit(s[0]));
+  EXPECT_EQ(ippsMulC_64f(s, 0.0, s, 2), 0);
+  EXPECT_EQ(s[1], 0.0);
+  std::memcpy(s, &signalling, sizeof(signalling));
+  EXPECT_EQ(ippsMulC_64f_I(1.0, s, 2), 0);
+  EXPECT_EQ(std::memcmp(s, &signalling, sizeof(signalling)), 0);
+  EXPECT_EQ(ippsMulC_64f_I(0.0, s, 1), 0);
+  EXPECT_EQ(s[0], 0.0);
+  float f = -0.0F;
+  EXPECT_EQ(ippsAddC_32f_I(0.0F, &f, 1), 0);
+  EXPECT_TRUE(std::signbit(f));
+}
+
 TEST(Arithmetic, MagnitudesSquaresAndProductsAdded) {
   Values magnitudes = {-0.0F, -kInfinity, -1.5F, 2.0F, std::bit_cast<float>(0xffc12345U)};
   EXPECT_EQ(ippsAbs_32f_I(magnitudes.data(), 5), 0);

@@ -6,6 +6,7 @@
 #include "primitives/dispatch/families.h"
 #include "primitives/dispatch/variant_table.h"
 #include "primitives/primitives.h"
+#include "primitives/version_records.h"
 
 namespace zr::primitives {
 namespace {
@@ -89,6 +90,22 @@ TEST(Library, TellsItsVersion) {
   EXPECT_STREQ(version.Name, "ippspxl.lib");
   EXPECT_STREQ(version.Version, "v4.1");
   EXPECT_STREQ(version.BuildDate, "Jul 19 2004");
+}
+
+TEST(Library, HasARecordForEachBuild) {
+  const struct {
+    const LibraryVersionRecord& record;
+    const char* cpu;
+    const char* name;
+  } rows[] = {{kVersionOfA6, "a6", "ippsa6l.lib"},
+              {kVersionOfW7, "w7", "ippsw7l.lib"},
+              {kVersionOfT7, "t7", "ippst7l.lib"}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(std::memcmp(row.record.targetCpu, row.cpu, 3), 0);
+    EXPECT_STREQ(row.record.Name, row.name);
+    EXPECT_STREQ(row.record.BuildDate, "Jul 20 2004");
+    EXPECT_EQ(row.record.build, ippsGetLibVersion()->build);
+  }
 }
 
 TEST(Library, NamesEveryStatusThatWasGivenOut) {

@@ -21,7 +21,8 @@ void PrintDoubleMathDigests() {
   std::vector<float> positives(kCount);
   std::vector<Complex32f> numbers(kCount);
   for (int32_t i = 0; i < kCount; ++i) {
-    exponents[i] = std::ldexp(static_cast<double>(static_cast<int64_t>(random.Bits())) * 0x1.78p-54,
+    const int64_t fraction = static_cast<int64_t>(random.Bits()) >> 11;  // Exact as a double.
+    exponents[i] = std::ldexp(static_cast<double>(fraction) * 0x1.78p-43,
                               i % 3 == 0 ? -static_cast<int>(random.Bits() % 60) : 0);
     // Bases anywhere, subnormal ones too, with exponents to fit, or close to 1 with larger ones.
     bases[i] = std::bit_cast<double>(random.Bits() >> 1);

@@ -9,6 +9,8 @@ void PrintFirDigests();
 void PrintIirDigests();
 void PrintLmsDigests();
 void PrintPlainDigests();
+void PrintResamplingDigests();
 void PrintSingleMathDigests();
+void PrintWaveletDigests();
 
 }  // namespace zr::test

@@ -146,7 +146,7 @@ TEST(IntegerFunctions, RootsOfLongElements) {
           elements.push_back(static_cast<int64_t>(element));
       }
     }
-    elements.push_back((kHighest64 >> i % 63) + i / 63 % 2);
+    elements.push_back((kHighest64 >> (1 + i % 62)) + i / 62 % 2);
   }
   for (int64_t& element : elements)
     element = std::max<int64_t>(element, 0);

@@ -4,6 +4,8 @@
 int main() {
   zr::test::PrintIirDigests();
   zr::test::PrintLmsDigests();
+  zr::test::PrintWaveletDigests();
+  zr::test::PrintResamplingDigests();
   zr::test::PrintPlainDigests();
   zr::test::PrintFirDigests();
   zr::test::PrintFftDigests();

@@ -1,5 +1,6 @@
 // The processor's features against what the system tells of them, and its floating-point control
 // registers against what computations show of them.
+#include <cpuid.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -48,6 +49,18 @@ TEST(Processor, FeaturesAreThoseThatTheSystemTells) {
   EXPECT_EQ(info.sse3, has("pni"));
   EXPECT_EQ(info.longMode, has("lm"));
   EXPECT_EQ(info.hyperThreading, CpuHasHyperThreading());
+  uint32_t eax = 0;
+  uint32_t ebx = 0;
+  uint32_t ecx = 0;
+  uint32_t edx = 0;
+  ASSERT_NE(__get_cpuid(1, &eax, &ebx, &ecx, &edx), 0);
+  EXPECT_EQ(info.family, eax >> 8 & 0xf);
+  EXPECT_EQ(info.model, eax >> 4 & 0xf);
+  EXPECT_EQ(info.stepping, eax & 0xf);
+  EXPECT_EQ(info.features, edx);
+  ASSERT_NE(__get_cpuid(2, &eax, &ebx, &ecx, &edx), 0);
+  EXPECT_EQ(info.leaf2Eax, eax);
+  EXPECT_EQ(info.leaf2Edx, edx);
   EXPECT_EQ(info.zero, 0U);
   EXPECT_EQ(info.untouched, 77U);
   EXPECT_EQ(CpuVendorIsExpected(), [] {
@@ -122,6 +135,8 @@ TEST(FloatingPointControl, MxcsrRoundsAndComesBack) {
   const uint32_t before = FpResetMxcsr();
   EXPECT_EQ(FpGetMxcsr(), 0x1f80U);
   EXPECT_EQ(FpSetMxcsr(0x4000, 0x6000) & 0x6000, 0U);
+  EXPECT_EQ(FpSetMxcsr(0x8000, 0x6000) & 0xe000, 0x4000U);
+  EXPECT_EQ(FpGetMxcsr() & 0xe000, 0U) << "outside of the mask nothing changes";
   FpSetMxcsrRounding(0x2000);
   EXPECT_EQ(FpGetMxcsr() & 0x6000, 0x2000U);
   FpRestoreMxcsr(before);
