@@ -2,28 +2,30 @@
 // is odd. Each number is rounded when a pass stores it.
 #include "primitives/fft/direct_kernel.h"
 
+#include <cstddef>
+
 namespace zr::primitives::px {
 namespace {
 
-// z[0], z[q], z[2q], z[3q] already turned, in bit-reversed order: hence the middle two trade roles.
+// Of the numbers at z0 to z3, already turned to t0 to t3 and in bit-reversed order: hence the
+// middle two trade roles.
 template <Direction kDirection, typename Element>
-inline void Butterfly(Element* z0, Element* z1, Element* z2, Element* z3, int32_t k,
-                      WideComplex<Element> t0, WideComplex<Element> t1, WideComplex<Element> t2,
-                      WideComplex<Element> t3) {
+inline void Butterfly(Element* z0, Element* z1, Element* z2, Element* z3, WideComplex<Element> t0,
+                      WideComplex<Element> t1, WideComplex<Element> t2, WideComplex<Element> t3) {
   const auto p = t0 + t1;
   const auto m = t0 - t1;
   const auto s = t2 + t3;
   const auto d = QuarterTurn<kDirection>(t2 - t3);
-  StoreComplex(z0, k, p + s);
-  StoreComplex(z1, k, m + d);
-  StoreComplex(z2, k, p - s);
-  StoreComplex(z3, k, m - d);
+  StoreComplex(z0, 0, p + s);
+  StoreComplex(z1, 0, m + d);
+  StoreComplex(z2, 0, p - s);
+  StoreComplex(z3, 0, m - d);
 }
 
 template <Direction kDirection, typename Element>
 inline void UnturnedButterfly(Element* z0, Element* z1, Element* z2, Element* z3) {
-  Butterfly<kDirection>(z0, z1, z2, z3, 0, LoadComplex(z0, 0), LoadComplex(z1, 0),
-                        LoadComplex(z2, 0), LoadComplex(z3, 0));
+  Butterfly<kDirection>(z0, z1, z2, z3, LoadComplex(z0, 0), LoadComplex(z1, 0), LoadComplex(z2, 0),
+                        LoadComplex(z3, 0));
 }
 
 template <Direction kDirection, typename Element>
@@ -55,19 +57,30 @@ void RadixTwoPass(Element* z, int32_t n, Wide<Element> c) {
   }
 }
 
-// One group: four neighbouring blocks of q numbers, which do not overlap.
+// Over groups of four neighbouring blocks of q numbers. Number k of the blocks of all groups comes
+// before number k + 1, so that the roots stay in registers.
 template <Direction kDirection, typename Element>
-inline void RadixFourGroup(Element* __restrict z0, Element* __restrict z1, Element* __restrict z2,
-                           Element* __restrict z3, int32_t q, const Element* __restrict twiddles,
-                           int32_t rowStep) {
-  UnturnedButterfly<kDirection>(z0, z1, z2, z3);
-  const Element* row = twiddles;
+void RadixFourPass(Element* z, int32_t n, int32_t q, const Element* twiddles) {
+  for (int32_t i = 0; i < n; i += 4 * q) {
+    Element* const group = z + 2 * i;
+    UnturnedButterfly<kDirection>(group, group + 2 * q, group + 4 * q, group + 6 * q);
+  }
+  const int32_t rowStep = n / (4 * q);
+  const std::ptrdiff_t far = 2 * std::ptrdiff_t{q};
   for (int32_t k = 1; k < q; ++k) {
-    row += 6 * rowStep;
-    Butterfly<kDirection>(z0, z1, z2, z3, k, LoadComplex(z0, k),
-                          Turn<kDirection>(LoadComplex(z1, k), LoadComplex(row, 1)),
-                          Turn<kDirection>(LoadComplex(z2, k), LoadComplex(row, 0)),
-                          Turn<kDirection>(LoadComplex(z3, k), LoadComplex(row, 2)));
+    const Element* const row = twiddles + 6 * k * rowStep;
+    const auto w1 = LoadComplex(row, 0);
+    const auto w2 = LoadComplex(row, 1);
+    const auto w3 = LoadComplex(row, 2);
+    for (int32_t i = k; i < n; i += 4 * q) {
+      Element* const z0 = z + 2 * i;
+      Element* const z1 = z0 + far;
+      Element* const z2 = z1 + far;
+      Element* const z3 = z2 + far;
+      Butterfly<kDirection>(
+          z0, z1, z2, z3, LoadComplex(z0, 0), Turn<kDirection>(LoadComplex(z1, 0), w2),
+          Turn<kDirection>(LoadComplex(z2, 0), w1), Turn<kDirection>(LoadComplex(z3, 0), w3));
+    }
   }
 }
 
@@ -82,13 +95,8 @@ void FFTDirect(Element* z, int32_t n, const Element* twiddles) {
     RadixTwoPass<kDirection>(z, n, LoadComplex(twiddles, 3 * (n / 8)).re);
     q = 8;
   }
-  for (; 4 * q <= n; q *= 4) {
-    for (int32_t i = 0; i < n; i += 4 * q) {
-      Element* const group = z + 2 * i;
-      RadixFourGroup<kDirection>(group, group + 2 * q, group + 4 * q, group + 6 * q, q, twiddles,
-                                 n / (4 * q));
-    }
-  }
+  for (; 4 * q <= n; q *= 4)
+    RadixFourPass<kDirection>(z, n, q, twiddles);
 }
 
 template void FFTDirect<Direction::kForward>(float*, int32_t, const float*);

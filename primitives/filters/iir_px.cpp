@@ -55,7 +55,7 @@ State* AllocateState(int32_t order) {
   uint8_t* const block = layout.Allocate();
   if (block == nullptr) return nullptr;
 
-  State* const state = record.In(block);
+  auto* const state = record.In(block);
   *state = {{.magic = kMagic<State>,
              .coefs = coefs.In(block),
              .delay = delay.In(block),

@@ -176,7 +176,7 @@ int32_t ippsResamplePolyphaseFixed_16s(const Resampler16s* state, const int16_t*
   const double time = Load(pTime, 0);
   const double whole = std::floor(time);
   const double fraction = time - whole;
-  const auto start = static_cast<int64_t>(static_cast<double>(out) * fraction + 0.5);
+  const auto start = static_cast<int64_t>(std::floor(static_cast<double>(out) * fraction + 0.5));
   const int64_t toEnd = len * out - start;
   const int64_t outputs = toEnd > 0 ? (toEnd + in - 1) / in : 0;
   if (outputs > kMost) return kStatusSize;

@@ -29,7 +29,7 @@ float* Decimate(AnalysisChannel* channel, const float* samples, int32_t count, f
     const auto store = [d](int32_t n, double sum) { Store(d, n, RoundToFloat(sum)); };
     ForEachWindow<false, 2>(taps, length, samples + (first - length + 1), outputs, store);
     d += outputs;
-    history.PushAll(samples + reached, count - reached);
+    history.PushAll(samples, count);  // All of the ring is new.
   }
   channel->history = history;
   channel->oddStart ^= count & 1;

@@ -39,7 +39,7 @@ void Interpolate(SynthesisChannel* channel, const float* values, int32_t count, 
     const auto putOdd = [&](int32_t n, double sum) { put(2 * (reached + n) + 1 - phase, sum); };
     ForEachWindow<false, 1>(evenTaps, evenCount, rest - (evenCount - 1), restCount, putEven);
     ForEachWindow<false, 1>(oddTaps, oddCount, rest - (oddCount - 1 + phase), restCount, putOdd);
-    history.PushAll(rest, restCount);
+    history.PushAll(values, count);  // All of the ring is new.
   }
   channel->history = history;
 }

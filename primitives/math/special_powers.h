@@ -2,31 +2,16 @@
 // and the signs of negative bases. The ways to compute an ordinary power differ, these do not.
 #pragma once
 
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 
 #include "primitives/math/exceptional_elements.h"
+#include "primitives/math/parity.h"
 #include "primitives/rounding.h"
 #include "primitives/zero_divisors.h"
 
 namespace zr::primitives {
-
-enum class Parity { kNotInteger, kOdd, kEven };
-
-/// From the bits of a float: from 2^24 up all are even, infinities too. 0 and NaNs are not asked
-/// for.
-inline Parity ParityOf(float y) {
-  const auto bits = std::bit_cast<uint32_t>(y);
-  const int32_t exponent = static_cast<int32_t>((bits >> 23) & 0xff) - 127;
-  if (exponent < 0) return Parity::kNotInteger;
-  if (exponent > 23) return Parity::kEven;
-  const uint32_t significand = (bits & 0x7fffff) | 0x800000;
-  const uint32_t fromLastInteger = significand << (8 + exponent);  // Its highest bit is worth 1.
-  if ((fromLastInteger & 0x7fffffff) != 0) return Parity::kNotInteger;
-  return fromLastInteger != 0 ? Parity::kOdd : Parity::kEven;
-}
 
 /// x to the power y. power(magnitude, y) is asked where the base is finite and neither 0 nor 1, the
 /// exponent finite and neither 0 nor 1.

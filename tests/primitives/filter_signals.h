@@ -42,7 +42,7 @@ inline std::vector<float> RandomTaps(RandomElements& random, std::size_t count) 
 
 /// Through memory: a compiler for the x87 may keep what the rounding drops.
 inline float StoredAsFloat(double value) {
-  const volatile float rounded = static_cast<float>(value);
+  const volatile auto rounded = static_cast<float>(value);
   return rounded;
 }
 

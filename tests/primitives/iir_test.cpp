@@ -219,9 +219,10 @@ TEST(Iir, FollowsItsFormulaToTheBit) {
       for (int16_t& sample : source)
         sample /= 4;  // What is in the delay elements stays within reach of a probe.
       expectSame(source, scaleFactor);
+      if (order == 0) continue;
       int32_t probing = 0;
       const int16_t probe = formula.Probe(&probing);
-      if (order > 0) expectSame({probe}, probing);
+      expectSame({probe}, probing);
     }
   }
   EXPECT_GT(told, 400);  // Probes that were not saturated, of 550.
@@ -409,7 +410,7 @@ void ExpectFailuresToLeaveNothing(SetUp setUp) {
   const std::size_t before = LiveBlockCount();
   const std::array<float, 2> elements = {5, -7};
   std::array<float, 6> taps = {1, 2, 3, 1, 5, 6};
-  State* state = reinterpret_cast<State*>(&taps);
+  auto* state = reinterpret_cast<State*>(&taps);
   {
     const FailingAllocation failing(1);
     EXPECT_EQ(setUp(&state, taps.data(), 2, elements.data()), -9);

@@ -132,6 +132,8 @@ TEST(IntegerFunctions, RootsOfAllShortElements) {
 TEST(IntegerFunctions, RootsOfLongElements) {
   constexpr int64_t kHighest64 = std::numeric_limits<int64_t>::max();
   std::vector<int64_t> elements = {0, 1, 2, 3, 4, kHighest64, kHighest64 - 1, kHighest64 / 2};
+  // Roots so little above an odd multiple of 2^-32 that a double falls below it.
+  elements.insert(elements.end(), {676600368042256365, 1338243733467708252});
   RandomElements random(6, true);
   for (int32_t i = 0; i < 500; ++i)
     elements.push_back(static_cast<int64_t>(random.Bits() >> (1 + random.Bits() % 63)));

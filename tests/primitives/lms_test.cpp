@@ -239,19 +239,19 @@ TEST(Lms, RefusesInOrderAndWritesNothing) {
 }
 
 TEST(Lms, SetUpThatFailsLeavesNothing) {
-  const std::size_t before = LiveBlockCount();
-  Lms32f16s* state = reinterpret_cast<Lms32f16s*>(&state);
+  std::size_t live = LiveBlockCount();
+  auto* state = reinterpret_cast<Lms32f16s*>(&live);
   {
     const FailingAllocation failing(1);
     EXPECT_EQ(ippsFIRLMSInitAlloc32f_16s(&state, nullptr, 5, nullptr, 0), -9);
   }
   EXPECT_EQ(state, nullptr);
-  EXPECT_EQ(LiveBlockCount(), before);
+  EXPECT_EQ(LiveBlockCount(), live);
   // Nor does a state that is damaged.
   StatePointer made = Make({1.0F});
   std::memset(static_cast<void*>(made.get()), 0, sizeof(uint32_t));
   made.reset();
-  EXPECT_EQ(LiveBlockCount(), before);
+  EXPECT_EQ(LiveBlockCount(), live);
 }
 
 }  // namespace

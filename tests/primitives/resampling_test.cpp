@@ -58,10 +58,11 @@ TEST(SampleRate, ZerosArePutInAndSamplesLeftOut) {
     EXPECT_EQ(phase, row.phaseAfterDown);
   }
   // Places beyond 32 bits.
-  int16_t sample = 5;
+  Samples two = {5, 6};
   int32_t dstLen = -1;
-  int32_t phase = 0;
-  EXPECT_EQ(ippsSampleDown_16s(&sample, 1, &sample, &dstLen, kHighest, &phase), 0);
+  int32_t phase = 1;
+  EXPECT_EQ(ippsSampleDown_16s(two.data(), 2, two.data(), &dstLen, kHighest, &phase), 0);
+  EXPECT_EQ(two[0], 6);
   EXPECT_EQ(dstLen, 1);
   EXPECT_EQ(phase, kHighest - 1);
 }
