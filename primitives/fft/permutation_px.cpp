@@ -2,17 +2,10 @@
 // reverses the middle ones, and the outer two trade places by a fixed pattern.
 #include "primitives/fft/permutation.h"
 
-#include <type_traits>
-
-#include "primitives/complex_words.h"
+#include "primitives/fft/moved_complex.h"
 
 namespace zr::primitives::px {
 namespace {
-
-// One complex number as words.
-template <typename Element>
-using ComplexWords =
-    std::conditional_t<std::is_same_v<Element, float>, uint64_t, WordPair<uint64_t>>;
 
 template <typename Words>
 void Exchange(Words* z, int32_t i, int32_t j) {
@@ -74,11 +67,10 @@ void PermuteApart(const Words* __restrict source, Words* __restrict destination,
 template <typename Element>
 void FFTPermute(const Element* source, Element* destination, int32_t n,
                 const int32_t* bitRevTable) {
-  auto* const to = reinterpret_cast<ComplexWords<Element>*>(destination);
   if (source == destination) {
-    PermuteInPlace(to, n, bitRevTable);
+    PermuteInPlace(AsComplexWords(destination), n, bitRevTable);
   } else {
-    PermuteApart(reinterpret_cast<const ComplexWords<Element>*>(source), to, n, bitRevTable);
+    PermuteApart(AsComplexWords(source), AsComplexWords(destination), n, bitRevTable);
   }
 }
 

@@ -3,6 +3,7 @@
 #include "primitives/fft/split_path.h"
 
 #include "primitives/fft/direct_kernel.h"
+#include "primitives/fft/moved_complex.h"
 #include "primitives/fft/ordered_transform.h"
 #include "primitives/fft/transform_sizes.h"
 
@@ -27,10 +28,11 @@ inline void TwistIntoColumns(const Element* __restrict z, int32_t rowCount, int3
 template <typename Element>
 inline void StoreColumns(const Element* __restrict columns, int32_t rowCount, int32_t rowLength,
                          Element* __restrict z) {
+  const ComplexWords<Element>* const from = AsComplexWords(columns);
+  ComplexWords<Element>* const to = AsComplexWords(z);
   for (int32_t row = 0; row < rowCount; ++row) {
     for (int32_t t = 0; t < kSplitColumns; ++t)
-      StoreComplex(z, t, LoadComplex(columns + 2 * t * rowCount, row));
-    z += 2 * rowLength;
+      Store<ComplexWords<Element>>(to, row * rowLength + t, Load(from, t * rowCount + row));
   }
 }
 

@@ -70,7 +70,7 @@ int32_t CorrelateByTransform(const CorrelatedSignals& signals, const LagRun& lag
                              int32_t scaleFactor) {
   // More than 383 lags pay for it, so there are more than two points.
   const uint32_t points = static_cast<uint32_t>(signals.length1) + signals.length2 - 1;
-  const int32_t order = std::bit_width(points - 1);
+  const auto order = static_cast<int32_t>(std::bit_width(points - 1));
   RealFft32f* fft = nullptr;
   int32_t status = px::ippsFFTInitAlloc_R_32f(&fft, order, FFT_DIV_INV_BY_N, /*hint=*/0);
   if (status != kStatusOk) return status;

@@ -49,7 +49,7 @@ struct Transform {
 
 int32_t MakeTransform(int32_t tapsLen, Transform* transform) {
   // Twice the smallest power of two above tapsLen.
-  const int32_t order = std::bit_width(static_cast<uint32_t>(tapsLen)) + 1;
+  const auto order = static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(tapsLen))) + 1;
   int32_t status = px::ippsFFTInitAlloc_R_32f(&transform->fft, order, FFT_DIV_INV_BY_N, /*hint=*/0);
   if (status != kStatusOk) return status;
   status = px::ippsFFTGetBufSize_R_32f(transform->fft, &transform->bufferSize);

@@ -90,7 +90,7 @@ template <typename State>
 int32_t Make(State** state, const float* taps, int32_t order, const float* delayElements) {
   if (state == nullptr || taps == nullptr) return kStatusNullPointer;
   if (order < 0) return kStatusIirOrder;
-  State* const made = AllocateState<State>(order);
+  auto* const made = AllocateState<State>(order);
   *state = made;
   if (made == nullptr) return kStatusNoMemory;
   SetDelayElements(made, delayElements);

@@ -25,8 +25,8 @@ extern "C" {
 int32_t ippsExpAccurate_64f(const double* a, double* d, int32_t n);
 
 /// d = a to the power b. A finite power beyond the range of doubles is infinite or 0, without a
-/// code. What comes first in this list holds; "signed" is negative for a negative a, -0 included,
-/// and an odd integer b:
+/// code; the 0 is +0.0 if the power was 2^-1084 or more. What comes first in this list holds;
+/// "signed" is negative for a negative a, -0 included, and an odd integer b:
 ///
 ///   b = 0, or a = 1                       1, for a NaN too
 ///   a = -1, b infinite or a NaN           1

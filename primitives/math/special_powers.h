@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cmath>
-#include <cstdint>
 #include <limits>
 
 #include "primitives/math/exceptional_elements.h"

@@ -98,8 +98,12 @@ TEST(Correlation, AllLagsOfShortSignals) {
 
 TEST(Correlation, BothMethodsOverLongSignals) {
   RandomElements random(1, false);
-  for (const auto& [len1, len2] :
-       {std::pair{3000U, 3000U}, {2900U, 1111U}, {700U, 2999U}, {384U, 1U}, {513U, 512U}}) {
+  for (const auto& [len1, len2] : {std::pair{3000U, 3000U},
+                                   {2900U, 1111U},
+                                   {700U, 2999U},
+                                   {384U, 1U},
+                                   {513U, 512U},
+                                   {513U, 513U}}) {
     const Samples a = RandomSamples(len1, len1);
     const Samples b = RandomSamples(len2 + 1, len2);
     const auto lags = static_cast<int32_t>(len1 + len2 + 20);

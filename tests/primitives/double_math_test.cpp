@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "primitives/element_words.h"
+#include "primitives/math/elementary_functions.h"
 #include "primitives/math/powers_of_two.h"
 #include "primitives/math/reciprocal_tables.h"
 #include "tests/primitives/extended_precision.h"
@@ -150,6 +151,7 @@ TEST(Pow64f, IsExactWhereAPowerIs) {
               {-2.0, 1025.0, -kInfinity, "beyond it, signed"},
               {2.0, 2000.0, kInfinity, "far beyond"},
               {-3.0, 4097.0, -kInfinity, "so far that it is not computed"},
+              {2.0, 0x1p40, kInfinity, "farther than an integer's low word tells"},
               {2.0, 1e300, kInfinity, "farther than can be split"},
               {-3.0, -4097.0, -0.0, "far below, signed"},
               {0.5, kLargest, 0.0, "as far below as can be"},
@@ -234,9 +236,10 @@ TEST(DoubleMath, ErrorIsBarelyMoreThanHalfAUnit) {
       const double logarithm = Uniform(random, range.low, range.high);
       double result = 0.0;
       ASSERT_EQ(ippsExpAccurate_64f(&logarithm, &result, 1), 0);
-      EXPECT_LE(Ulps(result, [=] { return std::exp(static_cast<long double>(logarithm)); }),
-                range.bound)
-          << logarithm;
+      const auto power = [=] { return std::exp(static_cast<long double>(logarithm)); };
+      EXPECT_LE(Ulps(result, power), range.bound) << logarithm;
+      ASSERT_EQ(ippsExp_64f(&logarithm, &result, 1), 0);
+      EXPECT_LE(Ulps(result, power), range.bound) << logarithm;
 
       // Bases of all magnitudes, and ones so close to 1 that the logarithm is short of digits.
       const double scale = std::ldexp(1.0, -static_cast<int>(random.Bits() % 50));

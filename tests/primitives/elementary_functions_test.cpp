@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "primitives/element_words.h"
+#include "primitives/math/exponential_and_logarithm.h"
+#include "primitives/math/phase.h"
 #include "primitives/processor/floating_point_control.h"
 #include "tests/primitives/bits.h"
 #include "tests/primitives/extended_precision.h"
@@ -263,6 +265,10 @@ TEST(ElementaryFunctions, GiveTheNearestFloat) {
     EXPECT_EQ(Bits(exponential), Bits(static_cast<float>(std::exp(wide(exponent))))) << exponent;
     EXPECT_EQ(Bits(phase), Bits(static_cast<float>(std::atan2(wide(number.im), wide(number.re)))))
         << number.re << ' ' << number.im;
+    const auto angle = [&] { return std::atan2(wide(number.im), wide(number.re)); };
+    EXPECT_LE(Ulps(primitives::PhaseOf(number), angle), 0.505) << number.re << ' ' << number.im;
+    const auto natural = [&] { return std::log(wide(x)); };
+    EXPECT_LE(Ulps(primitives::LogarithmOf(x), natural), 0.505) << x;
   }
 }
 

@@ -27,13 +27,11 @@ using Taps = std::vector<double>;
 constexpr double kPi = std::numbers::pi;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// cos(2 pi numerator / 2^(bits)), the angle reduced to an eighth of a turn in integers.
-double CosineOfFraction(uint64_t numerator, int bits) {
-  const uint64_t turn = uint64_t{1} << bits;
-  const uint64_t fraction = numerator % turn;
-  const uint64_t quarter = (fraction + turn / 8) / (turn / 4);
-  const auto offset = static_cast<double>(static_cast<int64_t>(fraction - quarter * (turn / 4)));
-  const double angle = std::ldexp(2.0 * kPi * offset, -bits);
+/// cos(2 pi fraction / 2^64), the angle reduced to an eighth of a turn in integers.
+double CosineOfFraction(uint64_t fraction) {
+  const uint64_t quarter = (fraction + (uint64_t{1} << 61)) >> 62;
+  const auto offset = static_cast<int64_t>(fraction - (quarter << 62));
+  const double angle = std::ldexp(2.0 * kPi * static_cast<double>(offset), -64);
   switch (quarter % 4) {
     case 0:
       return std::cos(angle);
@@ -46,27 +44,26 @@ double CosineOfFraction(uint64_t numerator, int bits) {
   }
 }
 
-// Relative to each entry: those next to a zero of the tone have to be as right as all others.
+// Relative to each entry: those next to a zero of the tone have to be as right as all others, at
+// frequencies that fill a double and at places far out.
 TEST(FirDesign, TonesAreRightToTheirLastPlaces) {
-  constexpr int kBits = 42;
-  constexpr int32_t kCount = 3000;
+  // Times 2^-63. In units of half a sample, whole turns then fall out of 64 bits by themselves.
   for (const uint64_t numerator :
-       {uint64_t{1}, uint64_t{3}, uint64_t{1} << 20, (uint64_t{1} << 40) + 1,
-        (uint64_t{1} << 40) - 1, uint64_t{439804651110}, uint64_t{1467015503999},
-        (uint64_t{1} << 41) - 1}) {
-    for (const uint64_t startInHalves : {0U, 1U, 2U, 4194301U}) {
+       {uint64_t{1}, uint64_t{3}, uint64_t{1} << 41, uint64_t{0x10000000000001} << 9,
+        uint64_t{0x1999999999999b} << 8, uint64_t{0x15555555555555} << 9,
+        uint64_t{0x1fffffffffffff} << 8, uint64_t{0x1fffffffffffff} << 9}) {
+    for (const uint64_t startInHalves : {0U, 1U, 2U, 4194301U, 4294900001U}) {
       for (const uint64_t phaseInQuarters : {0U, 1U, 3U}) {
-        Taps tone(kCount);
-        EXPECT_EQ(GenerateTone({2.0, std::ldexp(static_cast<double>(numerator), -kBits),
+        Taps tone(3000);
+        EXPECT_EQ(GenerateTone({2.0, std::ldexp(static_cast<double>(numerator), -63),
                                 0.5 * static_cast<double>(startInHalves),
                                 0.25 * static_cast<double>(phaseInQuarters)},
-                               tone.data(), kCount),
+                               tone.data(), static_cast<int32_t>(tone.size())),
                   0);
         for (std::size_t n = 0; n < tone.size(); ++n) {
-          // In units of half a sample, at twice the denominator.
-          const uint64_t angle =
-              numerator * (2 * uint64_t{n} + startInHalves) + (phaseInQuarters << (kBits - 1));
-          const double expected = 2.0 * CosineOfFraction(angle, kBits + 1);
+          const uint64_t fraction =
+              numerator * (2 * uint64_t{n} + startInHalves) + (phaseInQuarters << 62);
+          const double expected = 2.0 * CosineOfFraction(fraction);
           ASSERT_NEAR(tone[n], expected, std::fabs(expected) * 0x1p-50)
               << numerator << " from " << startInHalves << " at " << n;
         }

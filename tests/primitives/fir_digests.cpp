@@ -65,8 +65,11 @@ void PrintCorrelationDigest() {
   RandomElements random(1, false);
   for (int run = 0; run < 200; ++run) {
     const std::size_t longest = run % 4 == 0 ? 3000 : 100;
-    const std::vector<int16_t> a = RandomSamples(random.Bits(), RandomLength(random, longest));
-    const std::vector<int16_t> b = RandomSamples(random.Bits(), RandomLength(random, longest));
+    // Lengths ahead of seeds: among the arguments of one call, either could be drawn first.
+    const std::size_t lengthA = RandomLength(random, longest);
+    const std::size_t lengthB = RandomLength(random, longest);
+    const std::vector<int16_t> a = RandomSamples(random.Bits(), lengthA);
+    const std::vector<int16_t> b = RandomSamples(random.Bits(), lengthB);
     const auto len1 = static_cast<int32_t>(a.size());
     std::vector<int16_t> d(RandomLength(random, a.size() + b.size() + 5));
     digest.Add(ippsCrossCorr_16s_Sfs(a.data(), len1, b.data(), static_cast<int32_t>(b.size()),

@@ -141,6 +141,26 @@ TEST(Fir, StreamsCutAtRandomEqualExactSums) {
   }
 }
 
+// Direct sums of zeros are zeros. In the rounding of a transform they drown, and a low scale factor
+// shows that.
+TEST(Fir, TransformRunsFrom64TapsAnd512SamplesOn) {
+  struct Row {
+    std::size_t tapsLen;
+    std::size_t count;
+    bool isTransformed;
+  };
+  for (const Row& row : {Row{63, 2000, false}, Row{64, 511, false}, Row{64, 512, true}}) {
+    const auto integers = RandomIntegers(1, row.tapsLen, 512);
+    const StatePointer state = MakeState({integers.begin(), integers.end()}, nullptr);
+    Samples source = RandomSamples(2, row.count);
+    std::fill_n(source.begin(), 8, int16_t{0});
+    const Samples d = Filter(state.get(), source, -10);
+    const bool isRounded =
+        std::any_of(d.begin(), d.begin() + 8, [](int16_t sample) { return sample != 0; });
+    EXPECT_EQ(isRounded, row.isTransformed) << row.tapsLen << " taps, " << row.count;
+  }
+}
+
 TEST(Fir, ScalesRoundsAndSaturates) {
   struct Row {
     std::vector<float> taps;
@@ -246,7 +266,7 @@ TEST(Fir, SetUpThatFailsLeavesNothing) {
     int32_t status = -9;
     for (std::size_t n = 1; status != 0; ++n) {
       ASSERT_EQ(status, -9);
-      Fir32f16s* state = reinterpret_cast<Fir32f16s*>(&status);
+      auto* state = reinterpret_cast<Fir32f16s*>(&status);
       const FailingAllocation failing(n);
       status = ippsFIRInitAlloc32f_16s(&state, taps.data(), static_cast<int32_t>(tapsLen), nullptr);
       ASSERT_EQ(state == nullptr, status != 0) << tapsLen << " taps, allocation " << n;

@@ -228,6 +228,20 @@ TEST(Iir, FollowsItsFormulaToTheBit) {
   EXPECT_GT(told, 400);  // Probes that were not saturated, of 550.
 }
 
+TEST(Iir, SumsRunInTheirOrder) {
+  // Large products that cancel: what is added between them is lost, what comes after them stays.
+  constexpr float kLarge = 0x1p60F;
+  constexpr float kLarger = 0x1p70F;
+  const std::array<float, 2> newest = {0, 5};
+  const auto single = Make({1, kLarge, 0, 1, kLarge, 0}, newest.data());
+  EXPECT_EQ(Filter(single.get(), {1}, 0), (Samples{1}));
+  EXPECT_EQ(Filter(single.get(), {0}, 0), (Samples{5}));
+  const std::array<float, 3> oldest = {0, 0, 7};
+  const auto pair = Make({1, kLarge, kLarger, 0, 1, kLarge, kLarger, 0}, oldest.data());
+  EXPECT_EQ(Filter(pair.get(), {1, 1}, 0), (Samples{1, 1}));
+  EXPECT_EQ(Filter(pair.get(), {0}, 0), (Samples{7}));
+}
+
 /// A filter of the given number of resonators, and its outputs in the widest arithmetic.
 class Resonators {
  public:

@@ -14,7 +14,8 @@ void PrintSampleRateDigests() {
   RandomElements random(1, false);
   for (int32_t factor = 1; factor <= 12; ++factor) {
     for (int run = 0; run < 20; ++run) {
-      const std::vector<int16_t> source = RandomSamples(random.Bits(), RandomLength(random, 60));
+      const std::size_t count = RandomLength(random, 60);
+      const std::vector<int16_t> source = RandomSamples(random.Bits(), count);
       const auto srcLen = static_cast<int32_t>(source.size());
       int32_t phase = run % factor;
       int32_t dstLen = 0;
@@ -54,7 +55,7 @@ struct ResamplerDigests {
       const std::vector<int16_t> source = RandomSamples(random.Bits(), count + 2 * size + 1);
       const double time = half + static_cast<double>(random.Bits() % 1000) / 1000;
       AddRun(state, source, static_cast<int32_t>(count), time,
-             0.9F + 0.1F * static_cast<float>(call), &run);
+             0.75F + 0.125F * static_cast<float>(call), &run);
     }
     free.Add(ippsResamplePolyphaseFixedFree_16s(state));
   }
