@@ -1,8 +1,8 @@
 // Fourier transforms of N = 2^order points, order from 0 to 30.
 //
-// Forward: y[k] = sum of x[n] exp(-2 pi i n k / N) over n; inverse: the same with exp(+2 pi i n k /
-// N). A record holds the order, the scaling and all tables; transforms only read it, so that any
-// number of threads may use one at once, each with its own work buffer.
+// Forward: y[k] = sum of x[n] exp(-2 pi i n k / N) over n; inverse: the same with the sign turned.
+// A record holds the order, the scaling and all tables; transforms only read it, so that any number
+// of threads may use one at once, each with its own work buffer.
 //
 // Unless told otherwise a refused call writes nothing. Vectors may stand at any address. The
 // results of calls in place and apart, with a buffer and without, are the same, bit for bit.

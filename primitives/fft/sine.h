@@ -4,7 +4,7 @@
 
 namespace zr::primitives::px {
 
-/// For angles from 0 to an eighth of a turn. About one result in a thousand is not the nearest
+/// For angles from 0 to an eighth of a turn. Of a thousand results less than one is not the nearest
 /// double but its neighbour.
 double SineWithinEighth(double angle);
 double CosineWithinEighth(double angle);

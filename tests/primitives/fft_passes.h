@@ -1,5 +1,5 @@
-// The Fourier transform as its definition by decimated sequences: the same roundings in the same
-// places as the library's, without a permutation, in place of nothing. Every bit must agree.
+// The Fourier transform by recursion over decimated sequences: no permutation, no tables, nothing
+// in place, but the roundings are where the library's are. Every bit must agree.
 #pragma once
 
 #include <cstdint>
