@@ -91,8 +91,8 @@ ULONG CPOPS::GetParameter(ULONG id, PULONG value) {
   if (const ULONG status = Guard()) return status;
   if (value == nullptr) return POPS_ERR_NULLARG;
   uint32_t current = 0;
-  const ULONG status = WithFloatingPoint(
-      POPS_ERR_NOTREADY, [&] { return POPSGetParameter(m_pState, id, &current); });
+  const ULONG status = WithFloatingPoint(POPS_ERR_NOTREADY,
+                                         [&] { return POPSGetParameter(m_pState, id, &current); });
   if (status == POPS_OK) *value = current;
   return status;
 }

@@ -5,8 +5,8 @@
 #include "platform/kernel.h"
 #include "primitives/processor/floating_point_control.h"
 
-/// Double precision, rounding to nearest, all exceptions masked: what the filter's bits rest on. The
-/// published contract of the save does not say which control it leaves in force.
+/// Double precision, rounding to nearest, all exceptions masked: what the filter's bits rest on.
+/// The published contract of the save does not say which control it leaves in force.
 inline constexpr uint32_t kFilterControlWord = 0x27f;
 
 /// Runs call() with the floating-point state saved, in a save area on this stack, and gives its

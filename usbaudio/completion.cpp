@@ -99,7 +99,8 @@ void CUSBIRPs::CompleteIsochTransfer(const IRPContext& context, _URB_ISOCH_TRANS
   }
   const ULONG result = FilterGathered(length);
   if (result != POPS_OK) {
-    g_USBIrpsLog.Log(2, "m_pCPOPS->SubmitPinData Failed status 0x%x\n", static_cast<unsigned>(result));
+    g_USBIrpsLog.Log(2, "m_pCPOPS->SubmitPinData Failed status 0x%x\n",
+                     static_cast<unsigned>(result));
   }
   // A held byte in front can make the audio longer than the buffer that it came from.
   if (length > context.TransferBufferSize) {

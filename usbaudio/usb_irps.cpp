@@ -17,8 +17,8 @@ constexpr ULONG Tag(const char (&text)[5]) {
 
 }  // namespace
 
-// The tracked allocator aligns for a pointer. The lookaside list of a 32-bit kernel names 8 bytes, but
-// its exchange of 8 bytes works at any address.
+// The tracked allocator aligns for a pointer. The lookaside list of a 32-bit kernel names 8 bytes,
+// but its exchange of 8 bytes works at any address.
 static_assert(alignof(CUSBIRPs) <= alignof(void*) || sizeof(void*) == 4);
 
 void* CUSBIRPs::operator new(std::size_t size, POOL_TYPE poolType) noexcept {
