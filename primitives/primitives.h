@@ -9,6 +9,7 @@
 #include "primitives/filters/fir_design.h"
 #include "primitives/filters/iir.h"
 #include "primitives/filters/lms.h"
+#include "primitives/filters/noise_suppression.h"
 #include "primitives/filters/resampling.h"
 #include "primitives/filters/wavelet.h"
 #include "primitives/integer_arithmetic.h"

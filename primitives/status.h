@@ -19,6 +19,7 @@ inline constexpr int32_t kStatusMathDomain = 19;
 inline constexpr int32_t kStatusNoTableMemory = -4;
 inline constexpr int32_t kStatusParameter = -5;
 inline constexpr int32_t kStatusSize = -6;
+inline constexpr int32_t kStatusNoiseRange = -7;
 inline constexpr int32_t kStatusNullPointer = -8;
 inline constexpr int32_t kStatusNoMemory = -9;
 inline constexpr int32_t kStatusDivideByZero = -10;
@@ -36,6 +37,7 @@ inline constexpr int32_t kStatusWaveletOffset = -35;
 inline constexpr int32_t kStatusTonePhase = -44;
 inline constexpr int32_t kStatusToneFrequency = -45;
 inline constexpr int32_t kStatusToneMagnitude = -46;
+inline constexpr int32_t kStatusNoiseLength = -119;
 inline constexpr int32_t kStatusNotSupported = -9999;
 
 }  // namespace zr::primitives

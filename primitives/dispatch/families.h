@@ -49,6 +49,4 @@ struct LeftOut<int32_t (*)(Parameters...)> {
 #define ENTRY_Iir IS_BESIDE_THE_DRIVER
 #define ENTRY_Wavelet IS_BESIDE_THE_DRIVER
 #define ENTRY_Resampling IS_BESIDE_THE_DRIVER
-
-// Not written yet.
-#define ENTRY_NoiseSuppression IS_OUT
+#define ENTRY_NoiseSuppression IS_BESIDE_THE_DRIVER

@@ -47,6 +47,7 @@ constexpr DoubleLength kPi = SplitAtDouble(Pi<6>());
 // Of small / large, for 0 <= small <= large, large not 0. The parts of a float have so few bits
 // that numerator and denominator are exact, and quotients are normal doubles.
 DoubleLength ArcTangent(double small, double large) {
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): not negative, and either neighbour will do.
   const auto i = static_cast<uint32_t>(small / large * kSteps + 0.5);
   const double step = i * (1.0 / kSteps);
   const double numerator = small - step * large;

@@ -8,6 +8,7 @@ void PrintFftDigests();
 void PrintFirDigests();
 void PrintIirDigests();
 void PrintLmsDigests();
+void PrintNoiseSuppressionDigests();
 void PrintPlainDigests();
 void PrintResamplingDigests();
 void PrintSingleMathDigests();

@@ -130,7 +130,7 @@ void FillPairs(uint64_t seed, std::vector<float>* x, std::vector<float>* y) {
   for (int32_t i = 0; i < kBlock; ++i) {
     // Half of the bases anywhere, half of them close to 1.
     const uint64_t bits = random.Bits();
-    float base = std::bit_cast<float>(static_cast<uint32_t>(bits >> 1) % 0x7f800000);
+    auto base = std::bit_cast<float>(static_cast<uint32_t>(bits >> 1) % 0x7f800000);
     if (bits % 2 == 0)
       base = 1.0F + std::ldexp(static_cast<float>(static_cast<int32_t>(bits >> 20)),
                                -32 - static_cast<int>((bits >> 1) % 20));

@@ -4,6 +4,7 @@
 int main() {
   zr::test::PrintIirDigests();
   zr::test::PrintLmsDigests();
+  zr::test::PrintNoiseSuppressionDigests();
   zr::test::PrintWaveletDigests();
   zr::test::PrintResamplingDigests();
   zr::test::PrintPlainDigests();

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "primitives/math/single_math.h"
+#include "primitives/rounding.h"
 #include "tests/primitives/digest.h"
 #include "tests/primitives/family_digests.h"
 #include "tests/primitives/random_elements.h"
@@ -21,7 +22,7 @@ void PrintSingleMathDigests() {
     // As many powers of two as the exponents of the base: near 2^128 at most, for most bases.
     const int32_t binade =
         std::abs(static_cast<int32_t>(std::bit_cast<uint32_t>(all[i]) >> 23 & 0xff) - 127);
-    const auto scale = static_cast<float>(128 / (binade + 1));
+    const float scale = zr::primitives::RoundToFloat(128.0F / static_cast<float>(binade + 1));
     exponents[i] = random.Bits() % 8 == 0 ? random.Next<float>() : random.Next<float>() * scale;
   }
 

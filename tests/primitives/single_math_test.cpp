@@ -157,6 +157,8 @@ TEST(SingleMath, PowersOutOfTheOrdinary) {
               // Products of exponent and logarithm that no low word holds.
               {2.0F, 1.0e30F, inf},
               {2.0F, -1.0e30F, 0.0F},
+              {2.0F, 0x1p26F, inf},
+              {2.0F, -0x1p26F, 0.0F},
               {0.5F, 3.0e38F, 0.0F},
               {Neighbour(1.0F, -1), -3.0e38F, inf},
               {3.0e38F, 600.0F, inf},
@@ -178,6 +180,23 @@ TEST(SingleMath, PowersOutOfTheOrdinary) {
           EXPECT_EQ(results[i], 2.25F);
       }
     }
+  }
+}
+
+TEST(SingleMath, ReciprocalsOfNegativesAreQuotients) {
+  constexpr int32_t kCount = 1000;
+  RandomElements random(4, false);
+  std::vector<float> x(kCount);
+  std::vector<float> expected(kCount);
+  const std::vector<float> y(kCount, -1.0F);
+  for (int32_t i = 0; i < kCount; ++i) {
+    x[i] = -std::fabs(random.Next<float>()) - 0.25F;
+    expected[i] = static_cast<float>(1.0 / static_cast<double>(x[i]));
+  }
+  for (const auto function : {&ippsPow_32f, &ippsPowAccurate_32f}) {
+    std::vector<float> results(kCount);
+    EXPECT_EQ(function(x.data(), y.data(), results.data(), kCount), 0);
+    EXPECT_EQ(Bits(results), Bits(expected));
   }
 }
 

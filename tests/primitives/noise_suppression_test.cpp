@@ -1,0 +1,360 @@
+// Noise suppression: the tracker against its equations and on spectra whose noise is known, the
+// gain rules against their formulas.
+#include "primitives/filters/noise_suppression.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+#include "tests/primitives/filter_signals.h"
+#include "tests/primitives/guarded_buffer.h"
+
+namespace zr::test {
+namespace {
+
+using Words = std::vector<int32_t>;
+
+constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
+constexpr int32_t kHighest = std::numeric_limits<int32_t>::max();
+
+class Tracker {
+ public:
+  Tracker(int32_t rate, int32_t frameLength, std::size_t misalignment = 0) {
+    int32_t size = 0;
+    EXPECT_EQ(ippsGetSizeMCRA_32s(frameLength, &size), 0);
+    memory_ = GuardedBuffer(static_cast<std::size_t>(size), misalignment);
+    EXPECT_EQ(ippsInitMCRA_32s(rate, frameLength, State()), 0);
+  }
+  NoiseTracker32s* State() { return reinterpret_cast<NoiseTracker32s*>(memory_.Data()); }
+  void Update(const Words& noisy, Words* noise) {
+    EXPECT_EQ(ippsUpdateNoisePSDMCRA_32s_I(noisy.data(), State(), noise->data()), 0);
+    EXPECT_TRUE(memory_.IsGuardIntact());
+  }
+  int32_t Field(std::size_t index) {
+    int32_t field = 0;
+    std::memcpy(&field, memory_.Data() + 4 * index, 4);
+    return field;
+  }
+
+ private:
+  GuardedBuffer memory_;
+};
+
+struct HopRow {
+  int32_t rate;
+  int32_t frameLength;
+  int32_t window;
+  int32_t noise;  ///< Factor of the noise, Q31, and so on.
+  int32_t probability;
+  int32_t power;
+};
+
+// By arithmetic without a limit of width.
+constexpr std::array<HopRow, 9> kHops = {{
+    {8000, 8, 2000, 2100035584, 1940747339, 2117664768},
+    {48000, 8, 12000, 2139488256, 2111573270, 2142437376},
+    {16000, 256, 125, 1501757440, 429043313, 1717698560},
+    {8000, 257, 62, 1031929856, 84799116, 1371078656},
+    {44100, 1000, 172, 1290010624, 218728117, 1564278784},
+    {8000, 640, 31, -297467904, 304391, 590938112},
+    {8000, 4096, 3, 1959657472, 421416923, 1444347904},
+    {8000, 8192, 1, 517144576, 181665700, -1614938112},
+    {48000, 8192, 11, -1600782336, 7192664, -1707278336},
+}};
+
+TEST(NoiseTracker, FactorsFollowTheHop) {
+  for (const HopRow& row : kHops) {
+    Tracker tracker(row.rate, row.frameLength);
+    const Words fields = {tracker.Field(4), tracker.Field(7), tracker.Field(8), tracker.Field(9)};
+    EXPECT_EQ(fields, (Words{row.window, row.noise, row.probability, row.power}))
+        << row.rate << " Hz, " << row.frameLength;
+  }
+}
+
+// The equations for one bin, in real numbers scaled to integers where the tracker truncates. No
+// product of a sensible set-up is above 2^62.
+class BinEquations {
+ public:
+  explicit BinEquations(const HopRow& hop) : hop_(hop) {}
+
+  int32_t Next(int64_t power, int64_t noise) {
+    if (frame_++ == 0) {
+      smoothed_ = minimum_ = running_ = power;
+      return static_cast<int32_t>(power);
+    }
+    smoothed_ = Floor(hop_.power * smoothed_ + (kHighest - hop_.power) * power);
+    // Windows end with every frame that is a multiple of their length, the first being number 0.
+    if ((frame_ - 1) % hop_.window == 0) {
+      minimum_ = std::min(running_, smoothed_);
+      running_ = smoothed_;
+    } else {
+      minimum_ = std::min(minimum_, smoothed_);
+      running_ = std::min(running_, smoothed_);
+    }
+    const bool isSpeech = smoothed_ > 5 * minimum_;
+    probability_ = Floor(probability_ * hop_.probability);
+    if (isSpeech) probability_ += kHighest - hop_.probability;
+    const int64_t g = Floor(probability_ * (kHighest - hop_.noise)) + hop_.noise;
+    return static_cast<int32_t>(Floor(g * noise) + Floor(power * (kHighest - g)));
+  }
+
+ private:
+  static int64_t Floor(int64_t product) { return product / (int64_t{1} << 31); }
+
+  HopRow hop_;
+  int frame_ = 0;
+  int64_t smoothed_ = 0;
+  int64_t minimum_ = 0;
+  int64_t running_ = 0;
+  int64_t probability_ = 0;
+};
+
+TEST(NoiseTracker, FollowsItsEquationsToTheBit) {
+  for (const HopRow& hop : kHops) {
+    if (hop.noise < 0 || hop.power < 0) continue;
+    const auto bins = static_cast<std::size_t>(hop.frameLength / 2 + 1);
+    RandomElements random(bins, false);
+    std::vector<BinEquations> equations(bins, BinEquations(hop));
+    Tracker tracker(hop.rate, hop.frameLength, 3);
+    Words noise(bins, -77);
+    for (int frame = 0; frame < 4 * std::min(hop.window, 150) + 3; ++frame) {
+      Words noisy(bins);
+      for (int32_t& power : noisy) {
+        const uint64_t bits = random.Bits();
+        power = static_cast<int32_t>((bits & kHighest) >> (bits >> 32) % 8 * 4);
+      }
+      Words expected(bins);
+      for (std::size_t k = 0; k < bins; ++k)
+        expected[k] = equations[k].Next(noisy[k], noise[k]);
+      tracker.Update(noisy, &noise);
+      ASSERT_EQ(noise, expected) << hop.frameLength << ", frame " << frame;
+    }
+  }
+}
+
+TEST(NoiseTracker, LearnsSteadyNoiseAndHoldsItUnderSpeech) {
+  constexpr std::size_t kBins = 129;
+  constexpr int32_t kNoise = 1000000;
+  Tracker tracker(16000, 256);
+  Words noise(kBins, 5);
+  const auto run = [&](const Words& noisy, int frames) {
+    for (int i = 0; i < frames; ++i)
+      tracker.Update(noisy, &noise);
+  };
+  run(Words(kBins, 3 * kNoise), 1);
+  EXPECT_EQ(noise, Words(kBins, 3 * kNoise));
+  run(Words(kBins, kNoise), 100);
+  for (const int32_t power : noise)
+    EXPECT_NEAR(power, kNoise, 10);
+
+  // 40 frames of speech, 20 dB above the noise, in one bin; 4 times the noise in another.
+  Words speech(kBins, kNoise);
+  speech[40] = 100 * kNoise;
+  speech[80] = 4 * kNoise;
+  run(speech, 1);
+  const int32_t atOnset = noise[40];
+  run(speech, 39);
+  EXPECT_LT(noise[40], 1.4 * atOnset);  // What is left of the doubt of the first frames.
+  EXPECT_NEAR(noise[80], 4 * kNoise, 20);
+  EXPECT_NEAR(noise[79], kNoise, 10);
+  // What stays for two windows of 125 frames is noise, however loud.
+  run(speech, 300);
+  EXPECT_NEAR(noise[40], 100 * kNoise, 100);
+
+  EXPECT_EQ(ippsInitMCRA_32s(16000, 256, tracker.State()), 0);
+  run(Words(kBins, 7), 1);
+  EXPECT_EQ(noise, Words(kBins, 7));
+}
+
+TEST(NoiseTracker, SurvivesPowersAndHopsThatMakeNoSense) {
+  for (const HopRow& hop : kHops) {
+    Tracker tracker(hop.rate, hop.frameLength);
+    Words noise(static_cast<std::size_t>(hop.frameLength / 2 + 1));
+    RandomElements random(1, false);
+    for (int frame = 0; frame < 40; ++frame) {
+      Words noisy(noise.size());
+      for (int32_t& power : noisy)
+        power = random.Next<int32_t>();
+      tracker.Update(noisy, &noise);
+    }
+  }
+}
+
+TEST(NoiseTracker, RefusesInOrderAndWritesNothing) {
+  Words memory(40, 9);
+  Words spectrum(5, 8);
+  auto* const state = reinterpret_cast<NoiseTracker32s*>(memory.data());
+  int32_t size = 7;
+  EXPECT_EQ(ippsGetSizeMCRA_32s(7, nullptr), -8);
+  for (const int32_t length : {kLowest, 0, 7, 8193, kHighest}) {
+    EXPECT_EQ(ippsGetSizeMCRA_32s(length, &size), -6) << length;
+    EXPECT_EQ(ippsInitMCRA_32s(8000, length, state), -6) << length;
+  }
+  EXPECT_EQ(ippsInitMCRA_32s(7999, 7, nullptr), -8);
+  for (const int32_t rate : {kLowest, 0, 7999, 48001, kHighest})
+    EXPECT_EQ(ippsInitMCRA_32s(rate, 7, state), -7) << rate;
+  EXPECT_EQ(ippsUpdateNoisePSDMCRA_32s_I(nullptr, state, spectrum.data()), -8);
+  EXPECT_EQ(ippsUpdateNoisePSDMCRA_32s_I(spectrum.data(), nullptr, spectrum.data()), -8);
+  EXPECT_EQ(ippsUpdateNoisePSDMCRA_32s_I(spectrum.data(), state, nullptr), -8);
+  EXPECT_EQ(size, 7);
+  EXPECT_EQ(memory, Words(40, 9));
+  EXPECT_EQ(spectrum, Words(5, 8));
+  for (const auto& [length, bytes] : {std::pair{8, 148}, {9, 148}, {256, 2132}, {8192, 65620}}) {
+    EXPECT_EQ(ippsGetSizeMCRA_32s(length, &size), 0);
+    EXPECT_EQ(size, bytes) << length;
+  }
+}
+
+TEST(WienerGain, IsTheRuleOnItsGrid) {
+  Words ratios = {0, 32768, kHighest};
+  for (int32_t step = 11; step < 31; ++step) {
+    for (int32_t k = 1; k < 64 && int64_t{k} << step <= kHighest; ++k) {
+      ratios.push_back(k << step);
+      ratios.push_back((k << step) - 1);
+    }
+  }
+  Words gains(ratios.size());
+  EXPECT_EQ(
+      ippsFilterUpdateWiener_32s(ratios.data(), gains.data(), static_cast<int32_t>(ratios.size())),
+      0);
+  for (std::size_t i = 0; i < ratios.size(); ++i) {
+    const double ratio = ratios[i] / 32768.0;
+    const double step = ratio < 4 ? 1.0 / 16 : ratio < 64 ? 4 : ratio < 512 ? 64 : 512;
+    const double r = std::floor(ratio / step) * step;
+    const double gain = ratio < 1024 ? std::floor(0x1p31 * r / (1 + r)) : kHighest;
+    EXPECT_EQ(gains[i], gain) << ratios[i];
+  }
+}
+
+// By arithmetic without a limit of width.
+struct EphraimMalahRow {
+  int32_t wiener;
+  int32_t posterior;
+  int32_t gain;
+};
+constexpr std::array<EphraimMalahRow, 10> kEphraimMalahRows = {{
+    {0, 5, 0},
+    {1000, 1, kHighest},
+    {1048576, 2048, 167772160},
+    {1073741824, 32768, 1656514560},
+    {kHighest, 32768, kHighest},
+    {1073741824, 0x40000000, 1078224128},
+    {126322567, 98304, 289761037},
+    {16777216, 256, 1893657208},
+    {5000000, 40000, 83267235},
+    {300000000, 3276801, 304902935},
+}};
+
+TEST(EphraimMalahGain, IsExactAtSinglePoints) {
+  for (const EphraimMalahRow& row : kEphraimMalahRows) {
+    int32_t gain = -1;
+    EXPECT_EQ(ippsFilterUpdateEMNS_32s(&row.wiener, &row.posterior, &gain, 1), 0);
+    EXPECT_EQ(gain, row.gain) << row.wiener << ", " << row.posterior;
+  }
+}
+
+// exp(-x) * the modified Bessel function of the order, by the mean of its integral.
+double ScaledBessel(int order, double x) {
+  constexpr int kPoints = 400;
+  double sum = 0;
+  for (int i = 0; i < kPoints; ++i) {
+    const double angle = std::numbers::pi * (i + 0.5) / kPoints;
+    sum += std::exp(x * (std::cos(angle) - 1)) * std::cos(order * angle);
+  }
+  return sum / kPoints;
+}
+
+TEST(EphraimMalahGain, FollowsTheFormulaOverItsWholeDomain) {
+  for (int step = -21 * 64; step < 6.64 * 64; ++step) {
+    const double v = std::exp2(step / 64.0);
+    for (const double posterior : {0x1p-7, 1.0, 100.0, 30000.0}) {
+      const double wiener = v / std::min(posterior, 100.0);
+      if (wiener < 0x1p-14 || wiener >= 1) continue;  // Else the scale of Q31 is what is seen.
+      const double formula = wiener * std::sqrt(std::numbers::pi / (4 * v)) *
+                             ((1 + v) * ScaledBessel(0, v / 2) + v * ScaledBessel(1, v / 2));
+      const auto w = static_cast<int32_t>(wiener * 0x1p31);
+      const auto r = static_cast<int32_t>(posterior * 32768);
+      int32_t gain = 0;
+      ASSERT_EQ(ippsFilterUpdateEMNS_32s(&w, &r, &gain, 1), 0);
+      // The correction is looked up by v in whole steps of 2^-22, truncated.
+      const double steps = v * 0x1p22;
+      const double tolerance = 0.007 + std::sqrt(steps / (steps - 1)) - 1;
+      EXPECT_NEAR(gain / 0x1p31 / std::min(formula, 1.0), 1, tolerance) << v << ", " << posterior;
+    }
+  }
+}
+
+TEST(EphraimMalahGain, TableFallsAsTheRoot) {
+  for (int32_t m = 1; m < 129; ++m) {
+    const int32_t wiener = m << 10;
+    const int32_t posterior = 1 << 14;
+    int32_t gain = 0;
+    ASSERT_EQ(ippsFilterUpdateEMNS_32s(&wiener, &posterior, &gain, 1), 0);
+    EXPECT_EQ(gain % wiener, 0);
+    const int32_t correction = gain / wiener;
+    EXPECT_NEAR(correction, 1815 / std::sqrt(m), 0.7) << m;
+  }
+}
+
+TEST(NoiseGains, RefuseInOrderAndWriteNothing) {
+  Words w = {1, 0, kHighest};
+  Words r = {1, 0x40000000, 5};
+  Words d = {7, 7, 7};
+  for (const int32_t len : {kLowest, -1, 0, 65536, kHighest}) {
+    EXPECT_EQ(ippsFilterUpdateWiener_32s(nullptr, d.data(), len), -8);
+    EXPECT_EQ(ippsFilterUpdateWiener_32s(r.data(), nullptr, len), -8);
+    EXPECT_EQ(ippsFilterUpdateWiener_32s(r.data(), d.data(), len), -119) << len;
+    EXPECT_EQ(ippsFilterUpdateEMNS_32s(nullptr, r.data(), d.data(), len), -8);
+    EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), nullptr, d.data(), len), -8);
+    EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), r.data(), nullptr, len), -8);
+    EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), r.data(), d.data(), len), -119) << len;
+  }
+  for (const auto& [wiener, posterior] :
+       {std::pair{-1, 5}, {kLowest, 5}, {1, 0}, {1, -1}, {1, 0x40000001}}) {
+    w[2] = wiener;
+    r[2] = posterior;
+    EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), r.data(), d.data(), 3), -7) << wiener;
+  }
+  EXPECT_EQ(d, Words(3, 7));
+  // A negative prior ratio is told at the end.
+  const Words priors = {32768, -1, 32768, kLowest, kHighest};
+  d.resize(priors.size());
+  EXPECT_EQ(ippsFilterUpdateWiener_32s(priors.data(), d.data(), 5), -5);
+  EXPECT_EQ(d, (Words{1 << 30, 0, 1 << 30, 0, kHighest}));
+}
+
+TEST(NoiseGains, WorkInPlaceAndAtAnyAddress) {
+  constexpr int32_t kLen = 65535;
+  Words w;
+  Words r;
+  RandomElements random(1, false);
+  for (int32_t i = 0; i < kLen; ++i) {
+    w.push_back(static_cast<int32_t>(random.Bits() & kHighest));
+    r.push_back(static_cast<int32_t>(random.Bits() % 0x40000000) + 1);
+  }
+  Words wiener(kLen);
+  Words corrected(kLen);
+  EXPECT_EQ(ippsFilterUpdateWiener_32s(r.data(), wiener.data(), kLen), 0);
+  EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), r.data(), corrected.data(), kLen), 0);
+  for (const bool isOverGains : {true, false}) {
+    GuardedBuffer gains = Misplaced(w, 1);
+    GuardedBuffer ratios = Misplaced(r, 3);
+    auto* const wAtOdd = reinterpret_cast<int32_t*>(gains.Data());
+    auto* const rAtOdd = reinterpret_cast<int32_t*>(ratios.Data());
+    GuardedBuffer& output = isOverGains ? gains : ratios;
+    EXPECT_EQ(ippsFilterUpdateEMNS_32s(wAtOdd, rAtOdd, isOverGains ? wAtOdd : rAtOdd, kLen), 0);
+    EXPECT_EQ(output.Content(), Misplaced(corrected, 0).Content());
+    EXPECT_TRUE(gains.IsGuardIntact() && ratios.IsGuardIntact());
+  }
+  GuardedBuffer ratios = Misplaced(r, 1);
+  auto* const rAtOdd = reinterpret_cast<int32_t*>(ratios.Data());
+  EXPECT_EQ(ippsFilterUpdateWiener_32s(rAtOdd, rAtOdd, kLen), 0);
+  EXPECT_EQ(ratios.Content(), Misplaced(wiener, 0).Content());
+  EXPECT_TRUE(ratios.IsGuardIntact());
+}
+
+}  // namespace
+}  // namespace zr::test
