@@ -167,6 +167,9 @@ TEST(Arithmetic, DivisionByConstantGoesThroughTheRoundedReciprocal) {
     float quotient = 9.0F;
     EXPECT_EQ(ippsDivC_32f(&dividend, row.constant, &quotient, 1), 0) << row.what;
     EXPECT_EQ(Bits(quotient), Bits(row.expected[0])) << row.what;
+    quotient = dividend;
+    EXPECT_EQ(ippsDivC_32f_I(row.constant, &quotient, 1), 0) << row.what;
+    EXPECT_EQ(Bits(quotient), Bits(row.expected[0])) << row.what;
   }
   double wide = 5.0;
   Complex32f pair = {5.0F, 6.0F};
@@ -198,7 +201,10 @@ TEST(Arithmetic, ZeroDivisorsGiveFixedValuesAndAWarning) {
 
   const double wideDivisors[] = {0.0, 0.0, -0.0};
   double wide[] = {1.0, -1.0, -0.0};
+  double apart[3];
+  EXPECT_EQ(ippsDiv_64f(wideDivisors, wide, apart, 3), 6);
   EXPECT_EQ(ippsDiv_64f_I(wideDivisors, wide, 3), 6);
+  EXPECT_EQ(std::memcmp(apart, wide, sizeof(wide)), 0);
   EXPECT_EQ(std::bit_cast<uint64_t>(wide[0]), 0x7ff0000000000000U);
   EXPECT_EQ(std::bit_cast<uint64_t>(wide[1]), 0xfff0000000000000U);
   EXPECT_EQ(std::bit_cast<uint64_t>(wide[2]), 0xfff8000000000000U);
@@ -217,147 +223,83 @@ TEST(Arithmetic, ZeroDivisorsGiveFixedValuesAndAWarning) {
   EXPECT_EQ(quotients[1].im, -2.0F);
 }
 
-TEST(Arithmetic, ComplexNumbers) {
-  const Complex32f a = {1.5F, -2.0F};
-  const Complex32f b = {3.0F, 0.25F};
-  const auto expect = [](const Complex32f& got, float re, float im, const char* what) {
-    EXPECT_EQ(got.re, re) << what;
-    EXPECT_EQ(got.im, im) << what;
-  };
-  Complex32f d = {};
-  EXPECT_EQ(ippsAdd_32fc(&a, &b, &d, 1), 0);
-  expect(d, 4.5F, -1.75F, "sum");
-  EXPECT_EQ(ippsSub_32fc(&a, &b, &d, 1), 0);
-  expect(d, 1.5F, 2.25F, "b - a");
-  EXPECT_EQ(ippsSub_32fc_I(&a, &d, 1), 0);
-  expect(d, 0.0F, 4.25F, "s - a");
-  EXPECT_EQ(ippsMul_32fc(&a, &b, &d, 1), 0);
-  expect(d, 5.0F, -5.625F, "product");
-  EXPECT_EQ(ippsMulC_32fc(&a, b.re, b.im, &d, 1), 0);
-  expect(d, 5.0F, -5.625F, "product with a constant");
-  EXPECT_EQ(ippsSubC_32fc(&a, b.re, b.im, &d, 1), 0);
-  expect(d, -1.5F, -2.25F, "a - c");
-  EXPECT_EQ(ippsSubCRev_32fc(&a, b.re, b.im, &d, 1), 0);
-  expect(d, 1.5F, 2.25F, "c - a");
-  EXPECT_EQ(ippsAddC_32fc(&a, b.re, b.im, &d, 1), 0);
-  expect(d, 4.5F, -1.75F, "a + c");
-  EXPECT_EQ(ippsDivC_32fc(&a, 0.0F, 2.0F, &d, 1), 0);
-  expect(d, -1.0F, -0.75F, "a / c");
-  // Both products of the real part overflow in single precision, their difference does not.
-  const Complex32f large = {3.0e20F, 3.0e20F};
-  EXPECT_EQ(ippsMul_32fc(&large, &large, &d, 1), 0);
-  EXPECT_EQ(d.re, 0.0F);
+using Parts = std::pair<double, double>;
 
-  const Complex64f wideA = {1.5, -2.0};
-  Complex64f wide = {3.0, 0.25};
-  EXPECT_EQ(ippsMulC_64fc_I(1.5, -2.0, &wide, 1), 0);
-  EXPECT_EQ(ippsAdd_64fc_I(&wideA, &wide, 1), 0);
-  EXPECT_EQ(ippsSub_64fc(&wideA, &wide, &wide, 1), 0);
-  EXPECT_EQ(ippsMul_64fc(&wideA, &wide, &wide, 1), 0);
-  EXPECT_EQ(wide.re, 1.5 * 5.0 - 2.0 * 5.625);
-  EXPECT_EQ(wide.im, 1.5 * -5.625 - 2.0 * 5.0);
+struct ComplexRow {
+  const char* name;
+  int32_t (*apart)(const Complex32f*, const Complex32f*, Complex32f*, int32_t);
+  int32_t (*inPlace)(const Complex32f*, Complex32f*, int32_t);
+  int32_t (*byConstant)(const Complex32f*, float, float, Complex32f*, int32_t);
+  int32_t (*byConstantInPlace)(float, float, Complex32f*, int32_t);
+  Parts (*operation)(double ar, double ai, double br, double bi);
+};
+
+Parts ComplexProduct(double ar, double ai, double br, double bi) {
+  return {ar * br - ai * bi, ar * bi + ai * br};
 }
 
-// Quotients and products that are not exact, each rounded where its formula says so.
-TEST(Arithmetic, ComplexFormulasRoundOnceAtTheEnd) {
+Parts TimesRoundedReciprocal(double ar, double ai, double br, double bi) {
+  const double m = ar * ar + ai * ai;
+  return ComplexProduct(static_cast<float>(ar / m), static_cast<float>(-ai / m), br, bi);
+}
+
+// What is wider than a float on the way is rounded once, at the end: both products of a real part
+// may overflow in single precision while their difference does not.
+TEST(Arithmetic, ComplexFloats) {
+  const ComplexRow rows[] = {
+      {"Add", &ippsAdd_32fc, &ippsAdd_32fc_I, &ippsAddC_32fc, &ippsAddC_32fc_I,
+       [](double ar, double ai, double br, double bi) { return Parts(ar + br, ai + bi); }},
+      {"Sub", &ippsSub_32fc, &ippsSub_32fc_I, &ippsSubC_32fc, &ippsSubC_32fc_I,
+       [](double ar, double ai, double br, double bi) { return Parts(br - ar, bi - ai); }},
+      {"SubCRev", nullptr, nullptr, &ippsSubCRev_32fc, &ippsSubCRev_32fc_I,
+       [](double ar, double ai, double br, double bi) { return Parts(ar - br, ai - bi); }},
+      {"Mul", &ippsMul_32fc, &ippsMul_32fc_I, &ippsMulC_32fc, &ippsMulC_32fc_I, &ComplexProduct},
+      {"Div", &ippsDiv_32fc, &ippsDiv_32fc_I, nullptr, nullptr,
+       [](double ar, double ai, double br, double bi) {
+         const double r = 1.0 / (ar * ar + ai * ai);
+         return Parts((ar * br + ai * bi) * r, (ar * bi - ai * br) * r);
+       }},
+      {"DivC", nullptr, nullptr, &ippsDivC_32fc, &ippsDivC_32fc_I, &TimesRoundedReciprocal},
+  };
   RandomElements random(11, false);
   for (int round = 0; round < 2000; ++round) {
-    const auto a = random.Next<Complex32f>();
-    const auto b = random.Next<Complex32f>();
-    const double ar = a.re;
-    const double ai = a.im;
-    const double br = b.re;
-    const double bi = b.im;
-    const double m = ar * ar + ai * ai;
-    if (m == 0) continue;
-    const double r = 1.0 / m;
-    const auto expect = [&](const Complex32f& got, double re, double im, const char* what) {
-      ASSERT_TRUE(IsSame(got.re, static_cast<float>(re))) << what << round;
-      ASSERT_TRUE(IsSame(got.im, static_cast<float>(im))) << what << round;
-    };
-    Complex32f d = {};
-    ippsMul_32fc(&a, &b, &d, 1);
-    expect(d, ar * br - ai * bi, ar * bi + ai * br, "product");
-    ippsDiv_32fc(&a, &b, &d, 1);
-    expect(d, (ar * br + ai * bi) * r, (ar * bi - ai * br) * r, "quotient");
-    ippsDivC_32fc(&b, a.re, a.im, &d, 1);
-    const double reciprocalRe = static_cast<float>(ar / m);
-    const double reciprocalIm = static_cast<float>(-ai / m);
-    expect(d, br * reciprocalRe - bi * reciprocalIm, br * reciprocalIm + bi * reciprocalRe, "by c");
+    const auto a = round == 0 ? Complex32f{3.0e20F, 3.0e20F} : random.Next<Complex32f>();
+    const auto b = round == 0 ? a : random.Next<Complex32f>();
+    if (a.re == 0 && a.im == 0) continue;
+    for (const ComplexRow& row : rows) {
+      const auto [re, im] = row.operation(a.re, a.im, b.re, b.im);
+      const auto expect = [&, re = re, im = im](const Complex32f& got) {
+        ASSERT_TRUE(IsSame(got.re, static_cast<float>(re))) << row.name << round;
+        ASSERT_TRUE(IsSame(got.im, static_cast<float>(im))) << row.name << round;
+      };
+      Complex32f d = {};
+      Complex32f s = b;
+      if (row.apart != nullptr) {
+        row.apart(&a, &b, &d, 1);
+        row.inPlace(&a, &s, 1);
+        expect(d);
+        expect(s);
+      }
+      if (row.byConstant == nullptr) continue;
+      s = b;
+      row.byConstant(&b, a.re, a.im, &d, 1);
+      row.byConstantInPlace(a.re, a.im, &s, 1);
+      expect(d);
+      expect(s);
+    }
   }
 }
 
-TEST(Arithmetic, InPlaceFormsAreTheOthers) {
-  RandomElements random(12, false);
-  using Complex = std::vector<Complex32f>;
-  using Doubles = std::vector<double>;
-  Complex a(9);
-  Complex b(9);
-  Doubles x(9);
-  Doubles y(9);
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    a[i] = {random.Next<float>(), 3.0F};
-    b[i] = random.Next<Complex32f>();
-    x[i] = random.Next<double>() + 0.3;
-    y[i] = random.Next<double>();
-  }
-  const auto isSame = [](const auto& one, const auto& other) {
-    return std::memcmp(one.data(), other.data(), one.size() * sizeof(one[0])) == 0;
-  };
-  const struct {
-    const char* name;
-    int32_t (*apart)(const Complex32f*, const Complex32f*, Complex32f*, int32_t);
-    int32_t (*inPlace)(const Complex32f*, Complex32f*, int32_t);
-  } vectors[] = {{"Add", &ippsAdd_32fc, &ippsAdd_32fc_I},
-                 {"Sub", &ippsSub_32fc, &ippsSub_32fc_I},
-                 {"Mul", &ippsMul_32fc, &ippsMul_32fc_I},
-                 {"Div", &ippsDiv_32fc, &ippsDiv_32fc_I}};
-  for (const auto& row : vectors) {
-    Complex d(9);
-    Complex s = b;
-    row.apart(a.data(), b.data(), d.data(), 9);
-    row.inPlace(a.data(), s.data(), 9);
-    EXPECT_TRUE(isSame(s, d)) << row.name;
-  }
-  const struct {
-    const char* name;
-    int32_t (*apart)(const Complex32f*, float, float, Complex32f*, int32_t);
-    int32_t (*inPlace)(float, float, Complex32f*, int32_t);
-  } constants[] = {{"AddC", &ippsAddC_32fc, &ippsAddC_32fc_I},
-                   {"SubC", &ippsSubC_32fc, &ippsSubC_32fc_I},
-                   {"SubCRev", &ippsSubCRev_32fc, &ippsSubCRev_32fc_I},
-                   {"MulC", &ippsMulC_32fc, &ippsMulC_32fc_I},
-                   {"DivC", &ippsDivC_32fc, &ippsDivC_32fc_I}};
-  for (const auto& row : constants) {
-    Complex d(9);
-    Complex s = b;
-    row.apart(b.data(), 0.3F, -1.7F, d.data(), 9);
-    row.inPlace(0.3F, -1.7F, s.data(), 9);
-    EXPECT_TRUE(isSame(s, d)) << row.name;
-  }
-  Values quotient = {5.0F};
-  EXPECT_EQ(ippsDivC_32f_I(49.0F, quotient.data(), 1), 0);
-  EXPECT_EQ(Bits(quotient[0]), Bits(5.0F * 0.0204081628F)) << "through the reciprocal";
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    double d = y[i];
-    ippsSqr_64f(&d, &d, 1);
-    EXPECT_EQ(d, y[i] * y[i]);
-    d = y[i];
-    ippsSqr_64f_I(&d, 1);
-    EXPECT_EQ(d, y[i] * y[i]);
-    ippsAbs_64f(&y[i], &d, 1);
-    EXPECT_EQ(d, std::fabs(y[i]));
-    float f = static_cast<float>(y[i]);
-    const float square = f * f;
-    ippsSqr_32f_I(&f, 1);
-    EXPECT_EQ(f, square);
-  }
-  const Complex64f wide = {x[0], x[1]};
-  Complex64f sum = {};
-  ippsAdd_64fc(&wide, &wide, &sum, 1);
-  EXPECT_EQ(sum.re, 2 * x[0]);
-  const double zero = 0.0;
-  EXPECT_EQ(ippsDiv_64f(&zero, &x[0], &sum.re, 1), 6);
+TEST(Arithmetic, ComplexDoubles) {
+  const Complex64f a = {1.5, -2.0};
+  Complex64f d = {3.0, 0.25};
+  EXPECT_EQ(ippsMulC_64fc_I(1.5, -2.0, &d, 1), 0);
+  EXPECT_EQ(ippsAdd_64fc_I(&a, &d, 1), 0);
+  EXPECT_EQ(ippsAdd_64fc(&a, &d, &d, 1), 0);
+  EXPECT_EQ(ippsSub_64fc(&a, &d, &d, 1), 0);
+  EXPECT_EQ(ippsMul_64fc(&a, &d, &d, 1), 0);
+  EXPECT_EQ(d.re, 1.5 * 6.5 - 2.0 * 7.625);
+  EXPECT_EQ(d.im, 1.5 * -7.625 - 2.0 * 6.5);
 }
 
 // A product that is not rounded before it is added shows in what is left of 1 + 2^-52 squared.
@@ -397,12 +339,23 @@ TEST(Arithmetic, MagnitudesSquaresAndProductsAdded) {
   double magnitude = -0.0;
   EXPECT_EQ(ippsAbs_64f_I(&magnitude, 1), 0);
   EXPECT_FALSE(std::signbit(magnitude));
+  const double negative = -1.1;
+  EXPECT_EQ(ippsAbs_64f(&negative, &magnitude, 1), 0);
+  EXPECT_EQ(magnitude, 1.1);
 
   // 0.1f squared needs 48 bits.
   Values squares = {0.1F, -3.0F, 1.0e30F};
   const Values expected = {static_cast<float>(static_cast<double>(0.1F) * 0.1F), 9.0F, kInfinity};
+  Values inPlace = squares;
   EXPECT_EQ(ippsSqr_32f(squares.data(), squares.data(), 3), 0);
+  EXPECT_EQ(ippsSqr_32f_I(inPlace.data(), 3), 0);
   EXPECT_EQ(Bits(squares), Bits(expected));
+  EXPECT_EQ(Bits(inPlace), Bits(expected));
+  double square = 0.0;
+  EXPECT_EQ(ippsSqr_64f(&negative, &square, 1), 0);
+  EXPECT_EQ(ippsSqr_64f_I(&magnitude, 1), 0);
+  EXPECT_EQ(square, -1.1 * -1.1);
+  EXPECT_EQ(magnitude, square);
 
   // 1 + 2^-13 squared is 1 + 2^-12 + 2^-26: rounded on the way it would end in 0.
   const float a = 1.0F + 0x1p-13F;
