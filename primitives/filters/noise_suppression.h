@@ -33,7 +33,8 @@ int32_t ippsInitMCRA_32s(int32_t samplingRate, int32_t nFFT, NoiseTracker32s* st
 /// Updates the noise's power from the power of one frame: averaging that minima control (I. Cohen,
 /// B. Berdugo, "Noise estimation by minima controlled recursive averaging for robust speech
 /// enhancement", IEEE Signal Processing Letters 9(1), 2002). For every bin:
-///   smoothed noisy power, and its minimum over the last one to two seconds
+///   smoothed noisy power, and its minimum over the last one to two windows; a window is a second
+///   where nFFT is a power of two, and up to two seconds else
 ///   speech is there where it exceeds 5 times its minimum
 ///   p = a smoothed probability of speech, from these decisions
 ///   noise = g * noise + (1 - g) * noisy power, g from 0.7 per 8 ms without speech to 1 with it

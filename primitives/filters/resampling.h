@@ -35,10 +35,9 @@ int32_t ippsSampleDown_16s(const int16_t* pSrc, int32_t srcLen, int16_t* pDst, i
 ///
 /// With P the larger of the reduced rates, a tap at a distance of i / outRate input samples is
 ///   sin(i rollf pi / P) / (i pi / P) * I0(alpha sqrt(1 - (i / end)^2)) / I0(alpha)
-/// and rollf for i = 0; end is half * outRate, or slightly more, by 1e-5 of half a sample. All are
-/// scaled so that those at multiples of P have the sum 1, and rounded, as integers with ties away
-/// from zero. (J. F. Kaiser, "Nonrecursive digital filter design using the I0-sinh window
-/// function", 1974.)
+/// and rollf for i = 0; end is the integer part of half * outRate + 0.000005 * P. All are scaled so
+/// that those at multiples of P have the sum 1, and rounded, as integers with ties away from zero.
+/// (J. F. Kaiser, "Nonrecursive digital filter design using the I0-sinh window function", 1974.)
 ///
 /// Returns -8 if state is null, then -6 if inRate, outRate or len is below 1, -5 if rollf is not
 /// within (0, 1] or alpha not 1 or more, and writes nothing then; -4 if there is no memory, if the

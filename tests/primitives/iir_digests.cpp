@@ -1,5 +1,9 @@
 // IIR filters of every kind, over random and special inputs.
 #include "primitives/filters/iir.h"
+
+#include <map>
+#include <string>
+
 #include "tests/primitives/digest.h"
 #include "tests/primitives/family_digests.h"
 #include "tests/primitives/filter_signals.h"
@@ -20,79 +24,52 @@ class IirDigests {
     for (std::size_t k = static_cast<std::size_t>(order) + 2; k < taps.size() && !withSpecials; ++k)
       taps[k] = taps[static_cast<std::size_t>(order) + 1] * (k % 2 == 0 ? 0.3F : -0.2F);
     const std::vector<float> delay = RandomTaps(random, static_cast<std::size_t>(order) + 1);
-    AddFloats(taps, order, delay, random);
-    AddIntegers(taps, order, delay, random);
-    Iir32f* state = nullptr;
-    setUpForFloats_.Add(ippsIIRInitAlloc_32f(&state, taps.data(), order, delay.data()));
-    freeForFloats_.Add(ippsIIRFree_32f(state));
+    const auto add = [&](const char* name, auto filter, auto* state, std::size_t count) {
+      const std::vector<int16_t> source = RandomSamples(random.Bits(), count);
+      std::vector<int16_t> d = source;
+      const int32_t scaleFactor = kScaleFactors[random.Bits() % std::size(kScaleFactors)];
+      const auto length = static_cast<int32_t>(count);
+      digests_[name].Add(filter(source.data(), d.data(), length, state, scaleFactor));
+      digests_[name].Add(d);
+    };
+
+    Iir32f16s* floats = nullptr;
+    digests_["ippsIIRInitAlloc32f_16s"].Add(
+        ippsIIRInitAlloc32f_16s(&floats, taps.data(), order, delay.data()));
+    add("ippsIIRInitAlloc32f_16s", ippsIIR32f_16s_Sfs, floats, 20);
+    const auto inPlace = [](const int16_t*, int16_t* d, int32_t n, Iir32f16s* state,
+                            int32_t scaleFactor) {
+      return ippsIIR32f_16s_ISfs(d, n, state, scaleFactor);
+    };
+    for (const std::size_t count : {1U, 2U, 7U, 100U}) {
+      add("ippsIIR32f_16s_Sfs", ippsIIR32f_16s_Sfs, floats, count);
+      add("ippsIIR32f_16s_ISfs", inPlace, floats, count);
+    }
+    digests_["ippsIIRSetDlyLine32f_16s"].Add(ippsIIRSetDlyLine32f_16s(floats, delay.data()));
+    add("ippsIIRSetDlyLine32f_16s", ippsIIR32f_16s_Sfs, floats, 20);
+    digests_["ippsIIRFree32f_16s"].Add(ippsIIRFree32f_16s(floats));
+
+    Iir32s16s* integers = nullptr;
+    digests_["ippsIIRInitAlloc32s_16s32f"].Add(
+        ippsIIRInitAlloc32s_16s32f(&integers, taps.data(), order, delay.data()));
+    add("ippsIIRInitAlloc32s_16s32f", ippsIIR32s_16s_Sfs, integers, 20);
+    for (const std::size_t count : {1U, 2U, 7U, 100U})
+      add("ippsIIR32s_16s_Sfs", ippsIIR32s_16s_Sfs, integers, count);
+    digests_["ippsIIRFree32s_16s"].Add(ippsIIRFree32s_16s(integers));
+
+    Iir32f* forFloatData = nullptr;
+    digests_["ippsIIRInitAlloc_32f"].Add(
+        ippsIIRInitAlloc_32f(&forFloatData, taps.data(), order, delay.data()));
+    digests_["ippsIIRFree_32f"].Add(ippsIIRFree_32f(forFloatData));
   }
 
   void Print() const {
-    filter_.Print("ippsIIR32f_16s_Sfs");
-    setUp_.Print("ippsIIRInitAlloc32f_16s");
-    free_.Print("ippsIIRFree32f_16s");
-    delayLine_.Print("ippsIIRSetDlyLine32f_16s");
-    inPlace_.Print("ippsIIR32f_16s_ISfs");
-    setUpOfIntegers_.Print("ippsIIRInitAlloc32s_16s32f");
-    filterOfIntegers_.Print("ippsIIR32s_16s_Sfs");
-    freeOfIntegers_.Print("ippsIIRFree32s_16s");
-    freeForFloats_.Print("ippsIIRFree_32f");
-    setUpForFloats_.Print("ippsIIRInitAlloc_32f");
+    for (const auto& [name, digest] : digests_)
+      digest.Print(name.c_str());
   }
 
  private:
-  template <typename Filter>
-  static void AddCall(Filter filter, RandomElements& random, std::size_t count, Digest* digest) {
-    const std::vector<int16_t> source = RandomSamples(random.Bits(), count);
-    std::vector<int16_t> d = source;
-    const int32_t scaleFactor = kScaleFactors[random.Bits() % std::size(kScaleFactors)];
-    digest->Add(filter(source.data(), d.data(), static_cast<int32_t>(count), scaleFactor));
-    digest->Add(d);
-  }
-
-  void AddFloats(const std::vector<float>& taps, int32_t order, const std::vector<float>& delay,
-                 RandomElements& random) {
-    Iir32f16s* state = nullptr;
-    setUp_.Add(ippsIIRInitAlloc32f_16s(&state, taps.data(), order, delay.data()));
-    const auto filter = [state](const int16_t* source, int16_t* d, int32_t n, int32_t factor) {
-      return ippsIIR32f_16s_Sfs(source, d, n, state, factor);
-    };
-    const auto inPlace = [state](const int16_t*, int16_t* d, int32_t n, int32_t factor) {
-      return ippsIIR32f_16s_ISfs(d, n, state, factor);
-    };
-    AddCall(filter, random, 20, &setUp_);
-    for (const std::size_t count : {1U, 2U, 7U, 100U}) {
-      AddCall(filter, random, count, &filter_);
-      AddCall(inPlace, random, count, &inPlace_);
-    }
-    delayLine_.Add(ippsIIRSetDlyLine32f_16s(state, delay.data()));
-    AddCall(filter, random, 20, &delayLine_);
-    free_.Add(ippsIIRFree32f_16s(state));
-  }
-
-  void AddIntegers(const std::vector<float>& taps, int32_t order, const std::vector<float>& delay,
-                   RandomElements& random) {
-    Iir32s16s* state = nullptr;
-    setUpOfIntegers_.Add(ippsIIRInitAlloc32s_16s32f(&state, taps.data(), order, delay.data()));
-    const auto filter = [state](const int16_t* source, int16_t* d, int32_t n, int32_t factor) {
-      return ippsIIR32s_16s_Sfs(source, d, n, state, factor);
-    };
-    AddCall(filter, random, 20, &setUpOfIntegers_);
-    for (const std::size_t count : {1U, 2U, 7U, 100U})
-      AddCall(filter, random, count, &filterOfIntegers_);
-    freeOfIntegers_.Add(ippsIIRFree32s_16s(state));
-  }
-
-  Digest filter_;
-  Digest setUp_;
-  Digest free_;
-  Digest delayLine_;
-  Digest inPlace_;
-  Digest setUpOfIntegers_;
-  Digest filterOfIntegers_;
-  Digest freeOfIntegers_;
-  Digest freeForFloats_;
-  Digest setUpForFloats_;
+  std::map<std::string, Digest> digests_;
 };
 
 }  // namespace

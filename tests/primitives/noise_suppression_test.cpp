@@ -10,7 +10,7 @@
 #include <numbers>
 
 #include "tests/primitives/filter_signals.h"
-#include "tests/primitives/guarded_buffer.h"
+#include "tests/primitives/misplaced_vector.h"
 
 namespace zr::test {
 namespace {
@@ -22,16 +22,20 @@ constexpr int32_t kHighest = std::numeric_limits<int32_t>::max();
 
 class Tracker {
  public:
-  Tracker(int32_t rate, int32_t frameLength, std::size_t misalignment = 0) {
+  Tracker(int32_t rate, int32_t frameLength) {
     int32_t size = 0;
     EXPECT_EQ(ippsGetSizeMCRA_32s(frameLength, &size), 0);
-    memory_ = GuardedBuffer(static_cast<std::size_t>(size), misalignment);
+    memory_ = GuardedBuffer(static_cast<std::size_t>(size), 3);
+    Begin(rate, frameLength);
+  }
+  void Begin(int32_t rate, int32_t frameLength) {
     EXPECT_EQ(ippsInitMCRA_32s(rate, frameLength, State()), 0);
   }
-  NoiseTracker32s* State() { return reinterpret_cast<NoiseTracker32s*>(memory_.Data()); }
-  void Update(const Words& noisy, Words* noise) {
-    EXPECT_EQ(ippsUpdateNoisePSDMCRA_32s_I(noisy.data(), State(), noise->data()), 0);
+  Words Update(const Words& noisy, const Words& noise) {
+    MisplacedVector d(noise);
+    EXPECT_EQ(ippsUpdateNoisePSDMCRA_32s_I(MisplacedVector(noisy).Data(), State(), d.Data()), 0);
     EXPECT_TRUE(memory_.IsGuardIntact());
+    return d.Content();
   }
   int32_t Field(std::size_t index) {
     int32_t field = 0;
@@ -40,6 +44,8 @@ class Tracker {
   }
 
  private:
+  NoiseTracker32s* State() { return reinterpret_cast<NoiseTracker32s*>(memory_.Data()); }
+
   GuardedBuffer memory_;
 };
 
@@ -53,26 +59,16 @@ struct HopRow {
 };
 
 // By arithmetic without a limit of width.
-constexpr std::array<HopRow, 9> kHops = {{
+constexpr std::array<HopRow, 8> kHops = {{
     {8000, 8, 2000, 2100035584, 1940747339, 2117664768},
     {48000, 8, 12000, 2139488256, 2111573270, 2142437376},
     {16000, 256, 125, 1501757440, 429043313, 1717698560},
     {8000, 257, 62, 1031929856, 84799116, 1371078656},
     {44100, 1000, 172, 1290010624, 218728117, 1564278784},
-    {8000, 640, 31, -297467904, 304391, 590938112},
     {8000, 4096, 3, 1959657472, 421416923, 1444347904},
     {8000, 8192, 1, 517144576, 181665700, -1614938112},
     {48000, 8192, 11, -1600782336, 7192664, -1707278336},
 }};
-
-TEST(NoiseTracker, FactorsFollowTheHop) {
-  for (const HopRow& row : kHops) {
-    Tracker tracker(row.rate, row.frameLength);
-    const Words fields = {tracker.Field(4), tracker.Field(7), tracker.Field(8), tracker.Field(9)};
-    EXPECT_EQ(fields, (Words{row.window, row.noise, row.probability, row.power}))
-        << row.rate << " Hz, " << row.frameLength;
-  }
-}
 
 // The equations for one bin, in real numbers scaled to integers where the tracker truncates. No
 // product of a sensible set-up is above 2^62.
@@ -114,73 +110,64 @@ class BinEquations {
 
 TEST(NoiseTracker, FollowsItsEquationsToTheBit) {
   for (const HopRow& hop : kHops) {
-    if (hop.noise < 0 || hop.power < 0) continue;
+    SCOPED_TRACE(testing::Message() << hop.rate << " Hz, " << hop.frameLength);
+    Tracker tracker(hop.rate, hop.frameLength);
+    const Words fields = {tracker.Field(4), tracker.Field(7), tracker.Field(8), tracker.Field(9)};
+    EXPECT_EQ(fields, (Words{hop.window, hop.noise, hop.probability, hop.power}));
+    // Factors that make no sense have to do no harm.
+    const bool isSensible = hop.noise > 0 && hop.power > 0;
     const auto bins = static_cast<std::size_t>(hop.frameLength / 2 + 1);
     RandomElements random(bins, false);
     std::vector<BinEquations> equations(bins, BinEquations(hop));
-    Tracker tracker(hop.rate, hop.frameLength, 3);
     Words noise(bins, -77);
     for (int frame = 0; frame < 4 * std::min(hop.window, 150) + 3; ++frame) {
       Words noisy(bins);
-      for (int32_t& power : noisy) {
-        const uint64_t bits = random.Bits();
-        power = static_cast<int32_t>((bits & kHighest) >> (bits >> 32) % 8 * 4);
-      }
       Words expected(bins);
-      for (std::size_t k = 0; k < bins; ++k)
-        expected[k] = equations[k].Next(noisy[k], noise[k]);
-      tracker.Update(noisy, &noise);
-      ASSERT_EQ(noise, expected) << hop.frameLength << ", frame " << frame;
+      for (std::size_t k = 0; k < bins; ++k) {
+        const uint64_t bits = random.Bits();
+        const auto power = static_cast<int32_t>(bits);
+        noisy[k] = isSensible ? (power & kHighest) >> (bits >> 32) % 8 * 4 : power;
+        if (isSensible) expected[k] = equations[k].Next(noisy[k], noise[k]);
+      }
+      noise = tracker.Update(noisy, noise);
+      if (isSensible) {
+        ASSERT_EQ(noise, expected) << "frame " << frame;
+      }
     }
   }
 }
 
-TEST(NoiseTracker, LearnsSteadyNoiseAndHoldsItUnderSpeech) {
+TEST(NoiseTracker, LearnsNoiseAndHoldsItUnderSpeech) {
   constexpr std::size_t kBins = 129;
-  constexpr int32_t kNoise = 1000000;
+  RandomElements random(1, false);
   Tracker tracker(16000, 256);
-  Words noise(kBins, 5);
-  const auto run = [&](const Words& noisy, int frames) {
-    for (int i = 0; i < frames; ++i)
-      tracker.Update(noisy, &noise);
-  };
-  run(Words(kBins, 3 * kNoise), 1);
-  EXPECT_EQ(noise, Words(kBins, 3 * kNoise));
-  run(Words(kBins, kNoise), 100);
-  for (const int32_t power : noise)
-    EXPECT_NEAR(power, kNoise, 10);
-
-  // 40 frames of speech, 20 dB above the noise, in one bin; 4 times the noise in another.
-  Words speech(kBins, kNoise);
-  speech[40] = 100 * kNoise;
-  speech[80] = 4 * kNoise;
-  run(speech, 1);
-  const int32_t atOnset = noise[40];
-  run(speech, 39);
-  EXPECT_LT(noise[40], 1.4 * atOnset);  // What is left of the doubt of the first frames.
-  EXPECT_NEAR(noise[80], 4 * kNoise, 20);
-  EXPECT_NEAR(noise[79], kNoise, 10);
-  // What stays for two windows of 125 frames is noise, however loud.
-  run(speech, 300);
-  EXPECT_NEAR(noise[40], 100 * kNoise, 100);
-
-  EXPECT_EQ(ippsInitMCRA_32s(16000, 256, tracker.State()), 0);
-  run(Words(kBins, 7), 1);
-  EXPECT_EQ(noise, Words(kBins, 7));
-}
-
-TEST(NoiseTracker, SurvivesPowersAndHopsThatMakeNoSense) {
-  for (const HopRow& hop : kHops) {
-    Tracker tracker(hop.rate, hop.frameLength);
-    Words noise(static_cast<std::size_t>(hop.frameLength / 2 + 1));
-    RandomElements random(1, false);
-    for (int frame = 0; frame < 40; ++frame) {
-      Words noisy(noise.size());
-      for (int32_t& power : noisy)
-        power = random.Next<int32_t>();
-      tracker.Update(noisy, &noise);
+  Words noise(kBins);
+  // Syllables of 20 frames and pauses of 30. The estimate at a place in these, in the mean of all
+  // bins and of what comes behind two windows and more.
+  const auto learn = [&](double meanOfNoise, double meanOfSpeech, int place) {
+    double sum = 0;
+    for (int frame = 0; frame < 600; ++frame) {
+      const double mean = meanOfNoise + (frame % 50 < 20 ? meanOfSpeech : 0);
+      Words noisy(kBins);
+      for (int32_t& power : noisy) {
+        // Powers of Gaussian signals are distributed exponentially.
+        const double uniform = (static_cast<double>(random.Bits() >> 12) + 0.5) * 0x1p-52;
+        power = static_cast<int32_t>(std::min(-std::log(uniform) * mean, 0x1p31 - 1));
+      }
+      noise = tracker.Update(noisy, noise);
+      for (const int32_t power : noise)
+        sum += frame >= 300 && frame % 50 == place ? power : 0;
     }
-  }
+    return sum / kBins / 6;
+  };
+  EXPECT_NEAR(learn(1e5, 0, 0), 1e5, 0.2e5) << "steady noise";
+  EXPECT_NEAR(learn(1e5, 1e7, 49), 1e5, 0.2e5) << "pauses of speech that is 20 dB louder";
+  // Of the first frames, in doubt, 6 % and 1 % go into the estimate.
+  EXPECT_LT(learn(1e5, 1e7, 19), 0.12e7) << "syllables";
+  EXPECT_NEAR(learn(1e7, 0, 0), 1e7, 0.2e7) << "noise as loud as the speech was";
+
+  tracker.Begin(16000, 256);
+  EXPECT_EQ(tracker.Update(Words(kBins, 7), noise), Words(kBins, 7));
 }
 
 TEST(NoiseTracker, RefusesInOrderAndWritesNothing) {
@@ -208,6 +195,16 @@ TEST(NoiseTracker, RefusesInOrderAndWritesNothing) {
   }
 }
 
+Words WienerGains(const Words& ratios, int32_t status = 0) {
+  const auto len = static_cast<int32_t>(ratios.size());
+  MisplacedVector d(Words(ratios.size(), -1));
+  MisplacedVector inPlace(ratios);
+  EXPECT_EQ(ippsFilterUpdateWiener_32s(inPlace.Data(), d.Data(), len), status);
+  EXPECT_EQ(ippsFilterUpdateWiener_32s(inPlace.Data(), inPlace.Data(), len), status);
+  EXPECT_EQ(inPlace.Content(), d.Content());
+  return d.Content();
+}
+
 TEST(WienerGain, IsTheRuleOnItsGrid) {
   Words ratios = {0, 32768, kHighest};
   for (int32_t step = 11; step < 31; ++step) {
@@ -216,10 +213,7 @@ TEST(WienerGain, IsTheRuleOnItsGrid) {
       ratios.push_back((k << step) - 1);
     }
   }
-  Words gains(ratios.size());
-  EXPECT_EQ(
-      ippsFilterUpdateWiener_32s(ratios.data(), gains.data(), static_cast<int32_t>(ratios.size())),
-      0);
+  const Words gains = WienerGains(ratios);
   for (std::size_t i = 0; i < ratios.size(); ++i) {
     const double ratio = ratios[i] / 32768.0;
     const double step = ratio < 4 ? 1.0 / 16 : ratio < 64 ? 4 : ratio < 512 ? 64 : 512;
@@ -227,33 +221,45 @@ TEST(WienerGain, IsTheRuleOnItsGrid) {
     const double gain = ratio < 1024 ? std::floor(0x1p31 * r / (1 + r)) : kHighest;
     EXPECT_EQ(gains[i], gain) << ratios[i];
   }
+  // A negative ratio is told at the end.
+  EXPECT_EQ(WienerGains({32768, -1, 32768, kLowest, kHighest}, -5),
+            (Words{1 << 30, 0, 1 << 30, 0, kHighest}));
 }
 
-// By arithmetic without a limit of width.
-struct EphraimMalahRow {
-  int32_t wiener;
-  int32_t posterior;
-  int32_t gain;
-};
-constexpr std::array<EphraimMalahRow, 10> kEphraimMalahRows = {{
-    {0, 5, 0},
-    {1000, 1, kHighest},
-    {1048576, 2048, 167772160},
-    {1073741824, 32768, 1656514560},
-    {kHighest, 32768, kHighest},
-    {1073741824, 0x40000000, 1078224128},
-    {126322567, 98304, 289761037},
-    {16777216, 256, 1893657208},
-    {5000000, 40000, 83267235},
-    {300000000, 3276801, 304902935},
-}};
+Words EphraimMalahGains(const Words& wiener, const Words& posterior) {
+  const auto len = static_cast<int32_t>(wiener.size());
+  MisplacedVector w(wiener);
+  MisplacedVector r(posterior);
+  MisplacedVector d(Words(wiener.size(), -1));
+  EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.Data(), r.Data(), d.Data(), len), 0);
+  EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.Data(), r.Data(), r.Data(), len), 0);
+  EXPECT_EQ(r.Content(), d.Content());
+  EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.Data(), MisplacedVector(posterior).Data(), w.Data(), len),
+            0);
+  EXPECT_EQ(w.Content(), d.Content());
+  return d.Content();
+}
 
 TEST(EphraimMalahGain, IsExactAtSinglePoints) {
-  for (const EphraimMalahRow& row : kEphraimMalahRows) {
-    int32_t gain = -1;
-    EXPECT_EQ(ippsFilterUpdateEMNS_32s(&row.wiener, &row.posterior, &gain, 1), 0);
-    EXPECT_EQ(gain, row.gain) << row.wiener << ", " << row.posterior;
-  }
+  struct Row {
+    int32_t wiener;
+    int32_t posterior;
+    int32_t gain;  ///< By arithmetic without a limit of width.
+  };
+  const std::array<Row, 10> rows = {{
+      {0, 5, 0},
+      {1000, 1, kHighest},
+      {1048576, 2048, 167772160},
+      {1073741824, 32768, 1656514560},
+      {kHighest, 32768, kHighest},
+      {1073741824, 0x40000000, 1078224128},
+      {126322567, 98304, 289761037},
+      {16777216, 256, 1893657208},
+      {5000000, 40000, 83267235},
+      {300000000, 3276801, 304902935},
+  }};
+  for (const Row& row : rows)
+    EXPECT_EQ(EphraimMalahGains({row.wiener}, {row.posterior}), Words{row.gain}) << row.wiener;
 }
 
 // exp(-x) * the modified Bessel function of the order, by the mean of its integral.
@@ -270,19 +276,18 @@ double ScaledBessel(int order, double x) {
 TEST(EphraimMalahGain, FollowsTheFormulaOverItsWholeDomain) {
   for (int step = -21 * 64; step < 6.64 * 64; ++step) {
     const double v = std::exp2(step / 64.0);
+    const double correction = std::sqrt(std::numbers::pi / (4 * v)) *
+                              ((1 + v) * ScaledBessel(0, v / 2) + v * ScaledBessel(1, v / 2));
+    // It is looked up by v in whole steps of 2^-22, truncated.
+    const double steps = v * 0x1p22;
+    const double tolerance = 0.007 + std::sqrt(steps / (steps - 1)) - 1;
     for (const double posterior : {0x1p-7, 1.0, 100.0, 30000.0}) {
       const double wiener = v / std::min(posterior, 100.0);
       if (wiener < 0x1p-14 || wiener >= 1) continue;  // Else the scale of Q31 is what is seen.
-      const double formula = wiener * std::sqrt(std::numbers::pi / (4 * v)) *
-                             ((1 + v) * ScaledBessel(0, v / 2) + v * ScaledBessel(1, v / 2));
-      const auto w = static_cast<int32_t>(wiener * 0x1p31);
-      const auto r = static_cast<int32_t>(posterior * 32768);
-      int32_t gain = 0;
-      ASSERT_EQ(ippsFilterUpdateEMNS_32s(&w, &r, &gain, 1), 0);
-      // The correction is looked up by v in whole steps of 2^-22, truncated.
-      const double steps = v * 0x1p22;
-      const double tolerance = 0.007 + std::sqrt(steps / (steps - 1)) - 1;
-      EXPECT_NEAR(gain / 0x1p31 / std::min(formula, 1.0), 1, tolerance) << v << ", " << posterior;
+      const int32_t gain = EphraimMalahGains({static_cast<int32_t>(wiener * 0x1p31)},
+                                             {static_cast<int32_t>(posterior * 32768)})[0];
+      EXPECT_NEAR(gain / 0x1p31 / std::min(wiener * correction, 1.0), 1, tolerance)
+          << v << ", " << posterior;
     }
   }
 }
@@ -290,12 +295,9 @@ TEST(EphraimMalahGain, FollowsTheFormulaOverItsWholeDomain) {
 TEST(EphraimMalahGain, TableFallsAsTheRoot) {
   for (int32_t m = 1; m < 129; ++m) {
     const int32_t wiener = m << 10;
-    const int32_t posterior = 1 << 14;
-    int32_t gain = 0;
-    ASSERT_EQ(ippsFilterUpdateEMNS_32s(&wiener, &posterior, &gain, 1), 0);
+    const int32_t gain = EphraimMalahGains({wiener}, {1 << 14})[0];
     EXPECT_EQ(gain % wiener, 0);
-    const int32_t correction = gain / wiener;
-    EXPECT_NEAR(correction, 1815 / std::sqrt(m), 0.7) << m;
+    EXPECT_NEAR(gain / wiener, 1815 / std::sqrt(m), 0.7) << m;
   }
 }
 
@@ -303,7 +305,7 @@ TEST(NoiseGains, RefuseInOrderAndWriteNothing) {
   Words w = {1, 0, kHighest};
   Words r = {1, 0x40000000, 5};
   Words d = {7, 7, 7};
-  for (const int32_t len : {kLowest, -1, 0, 65536, kHighest}) {
+  for (const int32_t len : {kLowest, 0, 65536, kHighest}) {
     EXPECT_EQ(ippsFilterUpdateWiener_32s(nullptr, d.data(), len), -8);
     EXPECT_EQ(ippsFilterUpdateWiener_32s(r.data(), nullptr, len), -8);
     EXPECT_EQ(ippsFilterUpdateWiener_32s(r.data(), d.data(), len), -119) << len;
@@ -313,47 +315,14 @@ TEST(NoiseGains, RefuseInOrderAndWriteNothing) {
     EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), r.data(), d.data(), len), -119) << len;
   }
   for (const auto& [wiener, posterior] :
-       {std::pair{-1, 5}, {kLowest, 5}, {1, 0}, {1, -1}, {1, 0x40000001}}) {
+       {std::pair{-1, 5}, {kLowest, 5}, {1, 0}, {1, kLowest}, {1, 0x40000001}}) {
     w[2] = wiener;
     r[2] = posterior;
     EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), r.data(), d.data(), 3), -7) << wiener;
   }
   EXPECT_EQ(d, Words(3, 7));
-  // A negative prior ratio is told at the end.
-  const Words priors = {32768, -1, 32768, kLowest, kHighest};
-  d.resize(priors.size());
-  EXPECT_EQ(ippsFilterUpdateWiener_32s(priors.data(), d.data(), 5), -5);
-  EXPECT_EQ(d, (Words{1 << 30, 0, 1 << 30, 0, kHighest}));
-}
-
-TEST(NoiseGains, WorkInPlaceAndAtAnyAddress) {
-  constexpr int32_t kLen = 65535;
-  Words w;
-  Words r;
-  RandomElements random(1, false);
-  for (int32_t i = 0; i < kLen; ++i) {
-    w.push_back(static_cast<int32_t>(random.Bits() & kHighest));
-    r.push_back(static_cast<int32_t>(random.Bits() % 0x40000000) + 1);
-  }
-  Words wiener(kLen);
-  Words corrected(kLen);
-  EXPECT_EQ(ippsFilterUpdateWiener_32s(r.data(), wiener.data(), kLen), 0);
-  EXPECT_EQ(ippsFilterUpdateEMNS_32s(w.data(), r.data(), corrected.data(), kLen), 0);
-  for (const bool isOverGains : {true, false}) {
-    GuardedBuffer gains = Misplaced(w, 1);
-    GuardedBuffer ratios = Misplaced(r, 3);
-    auto* const wAtOdd = reinterpret_cast<int32_t*>(gains.Data());
-    auto* const rAtOdd = reinterpret_cast<int32_t*>(ratios.Data());
-    GuardedBuffer& output = isOverGains ? gains : ratios;
-    EXPECT_EQ(ippsFilterUpdateEMNS_32s(wAtOdd, rAtOdd, isOverGains ? wAtOdd : rAtOdd, kLen), 0);
-    EXPECT_EQ(output.Content(), Misplaced(corrected, 0).Content());
-    EXPECT_TRUE(gains.IsGuardIntact() && ratios.IsGuardIntact());
-  }
-  GuardedBuffer ratios = Misplaced(r, 1);
-  auto* const rAtOdd = reinterpret_cast<int32_t*>(ratios.Data());
-  EXPECT_EQ(ippsFilterUpdateWiener_32s(rAtOdd, rAtOdd, kLen), 0);
-  EXPECT_EQ(ratios.Content(), Misplaced(wiener, 0).Content());
-  EXPECT_TRUE(ratios.IsGuardIntact());
+  EXPECT_EQ(WienerGains(Words(65535, 32768)), Words(65535, 1 << 30));
+  EXPECT_EQ(EphraimMalahGains(Words(65535, kHighest), Words(65535, 32768)), Words(65535, kHighest));
 }
 
 }  // namespace

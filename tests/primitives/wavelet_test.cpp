@@ -11,7 +11,7 @@
 #include "tests/common/test_memory.h"
 #include "tests/primitives/bits.h"
 #include "tests/primitives/filter_signals.h"
-#include "tests/primitives/guarded_buffer.h"
+#include "tests/primitives/misplaced_vector.h"
 
 namespace zr::test {
 namespace {
@@ -36,8 +36,8 @@ using Inverse = std::unique_ptr<WaveletInverse16s, FreeState>;
 template <typename Owner, typename SetUp>
 Owner MakeWith(SetUp setUp, const Band& low, const Band& high) {
   typename Owner::pointer state = nullptr;
-  EXPECT_EQ(setUp(&state, low.taps.data(), low.Length(), low.offset, high.taps.data(),
-                  high.Length(), high.offset),
+  EXPECT_EQ(setUp(&state, MisplacedVector(low.taps).Data(), low.Length(), low.offset,
+                  MisplacedVector(high.taps).Data(), high.Length(), high.offset),
             0);
   return Owner(state);
 }
@@ -53,30 +53,34 @@ struct Bands {
   Values high;
 };
 
-Bands Split(const Forward& state, const Samples& x, const std::vector<std::size_t>& pieces) {
-  Bands bands = {Values(x.size() / 2), Values(x.size() / 2)};
+using Pieces = std::vector<std::size_t>;
+
+Bands Split(const Forward& state, const Samples& x, const Pieces& pieces) {
+  MisplacedVector source(x);
+  MisplacedVector low(Values(x.size() / 2));
+  MisplacedVector high(Values(x.size() / 2));
   std::size_t first = 0;
   for (const std::size_t count : pieces) {
-    EXPECT_EQ(ippsWTFwd_16s32f(x.data() + 2 * first, bands.low.data() + first,
-                               bands.high.data() + first, static_cast<int32_t>(count), state.get()),
+    EXPECT_EQ(ippsWTFwd_16s32f(source.Data() + 2 * first, low.Data() + first, high.Data() + first,
+                               static_cast<int32_t>(count), state.get()),
               0);
     first += count;
   }
-  EXPECT_EQ(first, bands.low.size());
-  return bands;
+  return {low.Content(), high.Content()};
 }
 
-Samples Join(const Inverse& state, const Bands& bands, const std::vector<std::size_t>& pieces) {
-  Samples x(2 * bands.low.size());
+Samples Join(const Inverse& state, const Bands& bands, const Pieces& pieces) {
+  MisplacedVector low(bands.low);
+  MisplacedVector high(bands.high);
+  MisplacedVector d(Samples(2 * bands.low.size()));
   std::size_t first = 0;
   for (const std::size_t count : pieces) {
-    EXPECT_EQ(ippsWTInv_32f16s(bands.low.data() + first, bands.high.data() + first,
-                               static_cast<int32_t>(count), x.data() + 2 * first, state.get()),
+    EXPECT_EQ(ippsWTInv_32f16s(low.Data() + first, high.Data() + first, static_cast<int32_t>(count),
+                               d.Data() + 2 * first, state.get()),
               0);
     first += count;
   }
-  EXPECT_EQ(first, bands.low.size());
-  return x;
+  return d.Content();
 }
 
 /// The sum of t[j] * x(place - j), from the oldest on; of what is outside, zeros.
@@ -99,24 +103,30 @@ Values SplitByDefinition(const Band& band, const Samples& x) {
   return y;
 }
 
+std::vector<double> Contribution(const Band& band, const Values& s) {
+  Values u(2 * s.size());
+  for (std::size_t k = 0; k < s.size(); ++k)
+    u[2 * k] = s[k];
+  const int32_t delay = band.offset == -1 ? 1 : band.offset;
+  std::vector<double> z;
+  for (std::size_t m = 0; m < u.size(); ++m)
+    z.push_back(Convolved(band.taps, u, static_cast<std::ptrdiff_t>(m) - delay));
+  return z;
+}
+
 Samples JoinByDefinition(const Band& low, const Band& high, const Bands& bands) {
-  const auto contribution = [](const Band& band, const Values& s, std::size_t m) {
-    Values u(2 * s.size());
-    for (std::size_t k = 0; k < s.size(); ++k)
-      u[2 * k] = s[k];
-    const int32_t delay = band.offset == -1 ? 1 : band.offset;
-    return Convolved(band.taps, u, static_cast<std::ptrdiff_t>(m) - delay);
-  };
+  const std::vector<double> fromLow = Contribution(low, bands.low);
+  const std::vector<double> fromHigh = Contribution(high, bands.high);
   Samples x;
-  for (std::size_t m = 0; m < 2 * bands.low.size(); ++m) {
-    const double fromLow = StoredAsFloat(contribution(low, bands.low, m));
-    x.push_back(StoredAsSample(fromLow + contribution(high, bands.high, m), 0));
+  for (std::size_t m = 0; m < fromLow.size(); ++m) {
+    const double rounded = StoredAsFloat(fromLow[m]);
+    x.push_back(StoredAsSample(rounded + fromHigh[m], 0));
   }
   return x;
 }
 
-std::vector<std::size_t> RandomPieces(RandomElements& random, std::size_t total) {
-  std::vector<std::size_t> pieces;
+Pieces RandomPieces(RandomElements& random, std::size_t total) {
+  Pieces pieces;
   while (total > 0) {
     pieces.push_back(RandomLength(random, std::min<std::size_t>(total, 9)));
     total -= pieces.back();
@@ -124,26 +134,22 @@ std::vector<std::size_t> RandomPieces(RandomElements& random, std::size_t total)
   return pieces;
 }
 
-// Sums of some size and of no short fractions.
-Values RandomThirds(RandomElements& random, std::size_t count) {
+// Of no short fractions, below a third of the scale.
+Values RandomThirds(RandomElements& random, std::size_t count, float scale = 1) {
   Values values(count);
   for (float& value : values)
-    value = static_cast<float>(random.Next<int16_t>()) / 98304;
+    value = scale * static_cast<float>(random.Next<int16_t>()) / 98304;
   return values;
 }
 
 void ExpectDefinition(RandomElements& random, const Band& low, const Band& high, std::size_t count,
-                      const std::vector<std::size_t>& pieces) {
+                      const Pieces& pieces) {
   const Samples x = RandomSamples(random.Bits(), 2 * count);
   const Bands split = Split(MakeForward(low, high), x, pieces);
   ASSERT_EQ(Bits(split.low), Bits(SplitByDefinition(low, x)));
   ASSERT_EQ(Bits(split.high), Bits(SplitByDefinition(high, x)));
 
-  Bands bands = {RandomThirds(random, count), RandomThirds(random, count)};
-  for (std::size_t k = 0; k < count; ++k) {
-    bands.low[k] *= 10000;
-    bands.high[k] *= 10000;
-  }
+  const Bands bands = {RandomThirds(random, count, 10000), RandomThirds(random, count, 10000)};
   ASSERT_EQ(Join(MakeInverse(low, high), bands, pieces), JoinByDefinition(low, high, bands));
 }
 
@@ -152,7 +158,7 @@ TEST(Wavelet, IsItsDefinitionAtEveryLengthAndOffsetHoweverItIsCut) {
   for (std::size_t length = 1; length <= 40; ++length) {
     const Values highTaps = RandomThirds(random, RandomLength(random, 40));
     const Values lowTaps = RandomThirds(random, length);
-    for (const int32_t offset : {-1, 0, 1, 2, 3, 4, 7, 16, 33}) {
+    for (int32_t offset = -1; offset <= 41; ++offset) {
       const Band low = {lowTaps, offset};
       const Band high = {highTaps, static_cast<int32_t>(random.Bits() % 12) - 1};
       const std::size_t count = RandomLength(random, 90);
@@ -180,72 +186,17 @@ TEST(Wavelet, BlocksLeaveNoSeam) {
 }
 
 TEST(Wavelet, RoundsTheLowBandThenTheSumThenTheSample) {
-  struct Row {
-    float low;
-    float high;
-    Values lowTaps;
-    Values highTaps;
-    Samples expected;
-    const char* what;
-  };
-  const std::vector<Row> rows = {
-      {1, 0, {0.5F, 1.5F}, {1}, {0, 2}, "ties to even"},
-      {1, 0, {-0.5F, -1.5F}, {1}, {0, -2}, "ties to even below 0"},
-      {1, 1, {30000, -30000}, {30000, -30000}, {32767, -32768}, "saturation"},
-      {0, kNaN, {1}, {1}, {-32768, 0}, "a NaN meets the taps at even indices only"},
-  };
-  for (const Row& row : rows) {
-    const Inverse state = MakeInverse({row.lowTaps, 0}, {row.highTaps, 0});
-    EXPECT_EQ(Join(state, {{row.low}, {row.high}}, {1}), row.expected) << row.what;
-  }
-  // Outputs of two values: the third of them is t[0] s[1] + t[2] s[0].
+  // The third output is t[0] s[1] + t[2] s[0].
   const auto third = [](const Values& lowTaps, const Bands& bands) {
-    const Inverse state = MakeInverse({lowTaps, 0}, {{1, 0, 0x1p-24F}, 0});
-    return Join(state, bands, {2})[2];
+    return Join(MakeInverse({lowTaps, 0}, {{1, 0, 0x1p-24F}, 0}), bands, {2})[2];
   };
   // 0.5 and 2^-30 become the tie 0.5 where the low band is rounded.
   EXPECT_EQ(third({0.5F, 0, 0x1p-30F}, {{1, 1}, {0, 0}}), 0);
   // 1.5 + 2^-24 - 1 is above a tie, but a float beside 1.5 would have lost that.
   EXPECT_EQ(third({1, 0, 0}, {{0, -1}, {1, 1.5F}}), 1);
-}
-
-TEST(Wavelet, HaarBandsGiveTheSamplesBack) {
-  const Samples x = RandomSamples(1, 3000);
-  const Forward forward = MakeForward({{0.5F, 0.5F}, -1}, {{0.5F, -0.5F}, -1});
-  const Inverse inverse = MakeInverse({{1, 1}, 0}, {{-1, 1}, 0});
-  const Bands bands = Split(forward, x, {1500});
-  EXPECT_EQ(bands.low[0], (x[0] + x[1]) / 2.0F);
-  EXPECT_EQ(Join(inverse, bands, {1500}), x);
-}
-
-TEST(Wavelet, VectorsStandAtAnyAddress) {
-  const Band low = {{1.5F, -0.25F, 0.5F}, 3};
-  const Band high = {{-0.75F, 0.5F}, -1};
-  const Samples x = RandomSamples(1, 22);
-  const Bands expected = Split(MakeForward(low, high), x, {11});
-  GuardedBuffer lowTaps = Misplaced(low.taps, 1);
-  GuardedBuffer highTaps = Misplaced(high.taps, 3);
-  GuardedBuffer source = Misplaced(x, 1);
-  GuardedBuffer lowBand = Misplaced(Values(11), 1);
-  GuardedBuffer highBand = Misplaced(Values(11), 6);
-  GuardedBuffer joined = Misplaced(Samples(22), 5);
-  const auto floats = [](GuardedBuffer& buffer) { return reinterpret_cast<float*>(buffer.Data()); };
-  const auto samples = [](GuardedBuffer& buffer) {
-    return reinterpret_cast<int16_t*>(buffer.Data());
-  };
-  WaveletForward16s* forward = nullptr;
-  ASSERT_EQ(ippsWTFwdInitAlloc_16s32f(&forward, floats(lowTaps), 3, 3, floats(highTaps), 2, -1), 0);
-  const Forward forwardOwner(forward);
-  EXPECT_EQ(ippsWTFwd_16s32f(samples(source), floats(lowBand), floats(highBand), 11, forward), 0);
-  EXPECT_EQ(lowBand.Content(), Misplaced(expected.low, 0).Content());
-  EXPECT_EQ(highBand.Content(), Misplaced(expected.high, 0).Content());
-
-  WaveletInverse16s* inverse = nullptr;
-  ASSERT_EQ(ippsWTInvInitAlloc_32f16s(&inverse, floats(lowTaps), 3, 3, floats(highTaps), 2, -1), 0);
-  const Inverse inverseOwner(inverse);
-  EXPECT_EQ(ippsWTInv_32f16s(floats(lowBand), floats(highBand), 11, samples(joined), inverse), 0);
-  EXPECT_EQ(joined.Content(), Misplaced(Join(MakeInverse(low, high), expected, {11}), 0).Content());
-  EXPECT_TRUE(lowBand.IsGuardIntact() && highBand.IsGuardIntact() && joined.IsGuardIntact());
+  EXPECT_EQ(third({30000, 0, 0}, {{0, 1}, {0, 30000}}), 32767);
+  // A NaN is the lowest sample. It meets the taps at even indices only.
+  EXPECT_EQ(Join(MakeInverse({{1}, 0}, {{1}, 0}), {{0}, {kNaN}}, {1}), (Samples{-32768, 0}));
 }
 
 template <typename State, typename SetUp>
