@@ -56,6 +56,92 @@ check_noise() {
   ! "$1" 48000 100 3276.8 2 2>/dev/null | cmp -s - a.raw || fail "two seeds, one noise"
 }
 
+# patch FILE OFFSET NUMBER: the 16-bit number there.
+patch() { samples "$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none; }
+# level EXAMPLES FILE: the RMS level of all its samples.
+level() { "$1/level_meter" $(($(wc -c <"$2") / 2)) <"$2" | awk '{ print $3 }'; }
+# expect_at_least WHAT LEAST ACTUAL
+expect_at_least() {
+  awk -v l="$2" -v a="$3" 'BEGIN { exit !(a >= l) }' || fail "$1: expected $2 or more, got '$3'"
+}
+# refuse REASON ARGUMENT...: denoise tells the reason, and leaves the files as they are.
+refuse() {
+  local before
+  before="$(md5sum -- *.wav)"
+  ! "$denoise" "${@:2}" 2>told || fail "denoise ${*:2} is accepted"
+  grep -q -- "$1" told || fail "denoise ${*:2}: expected '$1', got '$(<told)'"
+  expect "files after denoise ${*:2}" "$before" "$(md5sum -- *.wav)"
+  ! compgen -G '*.part' || fail "denoise ${*:2} leaves its part of a file"
+}
+
+# Recorded words in white noise. $1: the examples.
+check_denoise() {
+  local denoise="$1/denoise" told name ratio
+  told="$("$SOURCE/examples/denoise_demo.sh" "$1" demo 10)"
+  while read -r name ratio; do
+    case $name in
+      noisy) expect_near "ratio to begin with" 10 "$ratio" 0.1 ;;
+      *) expect_at_least "ratio, $name" 19 "$ratio" ;;
+    esac
+  done <<<"$told"
+  expect "lines" 3 "$(wc -l <<<"$told")"
+
+  cd demo
+  check_rates "$1"
+  check_channels
+  printf 'no audio' >text.wav
+  mkdir -p folder/out.wav
+  cp noisy.wav silent.wav
+  # The first sample as a float, not a number.
+  cp noisy.wav float.wav
+  patch float.wav 20 3
+  patch float.wav 32 4
+  patch float.wav 34 32
+  patch float.wav 46 32704
+  refuse "float.wav.*not numbers" float.wav silent.wav
+  refuse "missing.wav.*No such file" missing.wav silent.wav
+  refuse "text.wav" text.wav silent.wav
+  refuse "end in '.wav'" noisy.wav silent.flac
+  refuse "out.wav.*no file" noisy.wav folder/out.wav
+  refuse "nowhere.*No such file" noisy.wav nowhere/silent.wav
+  refuse "usage" noisy.wav silent.wav --rule none
+  cd ..
+}
+
+# The same samples at rates below, within and beyond those that the tracker knows. In place.
+check_rates() {
+  local rate
+  for rate in 4000 8000 44100 96000 192000; do
+    cp noisy.wav rate.wav
+    patch rate.wav 24 $((rate & 65535))
+    patch rate.wav 26 $((rate >> 16))
+    "$denoise" rate.wav rate.wav
+    tail -c +45 rate.wav >rate.raw
+    expect "length at $rate Hz" "$(wc -c <noisy.raw)" "$(wc -c <rate.raw)"
+    "$1/mix" rate.raw 1 speech.raw -1 >difference.raw 2>/dev/null
+    expect_at_least "decibels between speech and the rest at $rate Hz" 13 \
+      "$(awk "BEGIN { print $(level "$1" speech.raw) - $(level "$1" difference.raw) }")"
+  done
+}
+
+# The first half of the mono file beside silence: the same as alone, up to what the end changes.
+check_channels() {
+  local frames=$(($(wc -c <noisy.raw) / 4))
+  local unchanged=$((frames - 1024))
+  head -c 44 noisy.wav >stereo.wav
+  patch stereo.wav 22 2
+  patch stereo.wav 32 4
+  printf '%b' "$(head -c $((2 * frames)) noisy.raw | od -An -v -t x1 -w2 |
+    sed 's/ /\\x/g; s/$/\\x00\\x00/' | tr -d '\n')" >>stereo.wav
+  "$denoise" stereo.wav stereo.wav
+  tail -c +45 stereo.wav | od -An -v -t d2 -w4 >both.txt
+  expect "frames" $frames "$(wc -l <both.txt)"
+  expect "silence" 0 "$(awk '{ print $2 }' both.txt | sort -u)"
+  awk '{ print $1 }' both.txt | head -n $unchanged |
+    cmp - <(od -An -v -t d2 -w2 wiener.raw | awk '{ print $1 }' | head -n $unchanged) ||
+    fail "a channel changes with the one beside it"
+}
+
 # build SOURCE FOLDER [OPTION]...
 build() {
   { "$CMAKE" -S "$1" -B "$2" -G Ninja -DCMAKE_PREFIX_PATH="$PREFIX" "${compilers[@]}" "${@:3}" &&
@@ -69,6 +155,7 @@ for linkage in shared static; do
   check_level_meter $linkage/level_meter
   check_mix $linkage/mix
   check_noise $linkage/noise $linkage/level_meter
+  check_denoise "$PWD/$linkage"
 done
 [[ "$(ldd shared/mix)" == *"$LIBDIR/libzrprimitives.so"* ]] ||
   fail "the shared library is not loaded"
