@@ -61,8 +61,9 @@ int32_t ippsFFTFwd_CToC_64fc(const Complex64f* pSrc, Complex64f* pDst, const Com
 /// Real transforms: N real points and the N + 2 floats Re X[0], 0, Re X[1], Im X[1], ... Re X[N/2],
 /// 0 of half their spectrum X (with N = 1 the two floats X[0], 0). The inverse does not read the
 /// two zeros, and without scaling gives N times the points. pDst may be pSrc, which then holds the
-/// larger of the two; what lies behind the N points of an inverse in place is kept, and so is the
-/// source of one that is not in place. pBuffer and statuses as in the complex transforms.
+/// larger of the two; partial overlap is not supported. What lies behind the N points of an inverse
+/// in place is kept, and so is the source of one that is not in place. pBuffer and statuses as in
+/// the complex transforms.
 int32_t ippsFFTFwd_RToCCS_32f(const float* pSrc, float* pDst, const RealFft32f* pSpec,
                               uint8_t* pBuffer);
 int32_t ippsFFTInv_CCSToR_32f(const float* pSrc, float* pDst, const RealFft32f* pSpec,

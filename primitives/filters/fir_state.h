@@ -14,9 +14,8 @@ struct Fir32f16s {
   /// The last tapsLen samples, oldest first, and room for directSplit new ones. The oldest is one
   /// more than the convolution needs.
   float* delayLine;
-  int32_t
-      directSplit;    ///< The longest piece that is converted as a whole, and a longer one's head.
-  float* directWork;  ///< kDirectPieceLength floats.
+  int32_t directSplit;  ///< The most samples of a piece that are converted beforehand.
+  float* directWork;    ///< kDirectPieceLength floats.
 
   RealFft32f* fft;  ///< Null if the state has no Fourier path, and then all that follows is unused.
   int32_t fftLength;

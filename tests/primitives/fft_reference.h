@@ -4,10 +4,12 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <cstring>
 #include <numbers>
 #include <vector>
 
 #include "primitives/fft/fft.h"
+#include "tests/primitives/extended_precision.h"
 #include "tests/primitives/random_elements.h"
 
 namespace zr::test {
@@ -22,36 +24,49 @@ inline bool IsLongDoubleWide() {
 
 /// exp(-2 pi i k / n), or its conjugate.
 inline Exact RootOfUnity(int64_t k, int64_t n, bool isForward) {
+  const ExtendedPrecision scope;
   const long double turn = 2.0L * std::numbers::pi_v<long double> / static_cast<long double>(n);
   const Exact root = std::polar(1.0L, turn * static_cast<long double>(k % n));
   return isForward ? std::conj(root) : root;
 }
 
+/// y = the transform of n numbers, every step-th from x on.
+inline void TransformByHalves(const Exact* x, std::size_t step, const std::vector<Exact>& roots,
+                              Exact* y, std::size_t n) {
+  if (n == 1) {
+    *y = *x;
+    return;
+  }
+  const std::size_t half = n / 2;
+  TransformByHalves(x, 2 * step, roots, y, half);
+  TransformByHalves(x + step, 2 * step, roots, y + half, half);
+  for (std::size_t k = 0; k < half; ++k) {
+    const Exact turned = y[k + half] * roots[k * step];
+    y[k + half] = y[k] - turned;
+    y[k] += turned;
+  }
+}
+
 /// In long double, with every root from the definition.
 inline std::vector<Exact> ExactTransform(const std::vector<Exact>& x, bool isForward) {
-  const std::size_t n = x.size();
-  if (n == 1) return x;
-  std::vector<Exact> halves[2];
-  for (std::size_t i = 0; i < n; ++i)
-    halves[i % 2].push_back(x[i]);
-  const std::vector<Exact> even = ExactTransform(halves[0], isForward);
-  const std::vector<Exact> odd = ExactTransform(halves[1], isForward);
-  std::vector<Exact> y(n);
-  for (std::size_t k = 0; k < n / 2; ++k) {
-    const Exact turned =
-        odd[k] * RootOfUnity(static_cast<int64_t>(k), static_cast<int64_t>(n), isForward);
-    y[k] = even[k] + turned;
-    y[k + n / 2] = even[k] - turned;
-  }
+  const ExtendedPrecision scope;
+  const auto n = static_cast<int64_t>(x.size());
+  std::vector<Exact> roots;
+  for (int64_t k = 0; k < n / 2; ++k)
+    roots.push_back(RootOfUnity(k, n, isForward));
+  std::vector<Exact> y(x.size());
+  TransformByHalves(x.data(), 1, roots, y.data(), x.size());
   return y;
 }
 
-/// The error's energy by the expected energy, rooted.
-inline double RelativeError(const std::vector<Exact>& actual, const std::vector<Exact>& expected) {
+/// Of actual against factor * expected: the error's energy by the expected energy, rooted.
+inline double RelativeError(const std::vector<Exact>& actual, const std::vector<Exact>& expected,
+                            long double factor = 1.0L) {
+  const ExtendedPrecision scope;
   long double error = 0.0L;
   long double energy = 0.0L;
   for (std::size_t i = 0; i < expected.size(); ++i) {
-    error += std::norm(actual.at(i) - expected[i]);
+    error += std::norm(actual.at(i) / factor - expected[i]);
     energy += std::norm(expected[i]);
   }
   return static_cast<double>(std::sqrt(error / energy));
@@ -79,11 +94,9 @@ std::vector<Element> RandomUnit(uint64_t seed, std::size_t count) {
 }
 template <typename Complex>
 std::vector<Complex> RandomUnitComplex(uint64_t seed, std::size_t count) {
-  using Element = decltype(Complex::re);
-  const std::vector<Element> parts = RandomUnit<Element>(seed, 2 * count);
+  const auto parts = RandomUnit<decltype(Complex::re)>(seed, 2 * count);
   std::vector<Complex> values(count);
-  for (std::size_t i = 0; i < count; ++i)
-    values[i] = {parts[2 * i], parts[2 * i + 1]};
+  std::memcpy(values.data(), parts.data(), count * sizeof(Complex));
   return values;
 }
 

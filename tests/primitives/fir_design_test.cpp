@@ -8,7 +8,6 @@
 #include <cstring>
 #include <limits>
 #include <numbers>
-#include <string>
 #include <vector>
 
 #include "primitives/filters/tone.h"
@@ -32,16 +31,8 @@ double CosineOfFraction(uint64_t fraction) {
   const uint64_t quarter = (fraction + (uint64_t{1} << 61)) >> 62;
   const auto offset = static_cast<int64_t>(fraction - (quarter << 62));
   const double angle = std::ldexp(2.0 * kPi * static_cast<double>(offset), -64);
-  switch (quarter % 4) {
-    case 0:
-      return std::cos(angle);
-    case 1:
-      return -std::sin(angle);
-    case 2:
-      return -std::cos(angle);
-    default:
-      return std::sin(angle);
-  }
+  const double magnitude = quarter % 2 == 0 ? std::cos(angle) : std::sin(angle);
+  return quarter % 4 == 1 || quarter % 4 == 2 ? -magnitude : magnitude;
 }
 
 // Relative to each entry: those next to a zero of the tone have to be as right as all others, at
@@ -52,18 +43,18 @@ TEST(FirDesign, TonesAreRightToTheirLastPlaces) {
        {uint64_t{1}, uint64_t{3}, uint64_t{1} << 41, uint64_t{0x10000000000001} << 9,
         uint64_t{0x1999999999999b} << 8, uint64_t{0x15555555555555} << 9,
         uint64_t{0x1fffffffffffff} << 8, uint64_t{0x1fffffffffffff} << 9}) {
+    const double frequency = std::ldexp(static_cast<double>(numerator), -63);
     for (const uint64_t startInHalves : {0U, 1U, 2U, 4194301U, 4294900001U}) {
-      for (const uint64_t phaseInQuarters : {0U, 1U, 3U}) {
+      const double start = 0.5 * static_cast<double>(startInHalves);
+      for (const uint64_t quarters : {0U, 1U, 3U}) {
         Taps tone(3000);
-        EXPECT_EQ(GenerateTone({2.0, std::ldexp(static_cast<double>(numerator), -63),
-                                0.5 * static_cast<double>(startInHalves),
-                                0.25 * static_cast<double>(phaseInQuarters)},
-                               tone.data(), static_cast<int32_t>(tone.size())),
+        EXPECT_EQ(GenerateTone({2.0, frequency, start, 0.25 * static_cast<double>(quarters)},
+                               tone.data(), 3000),
                   0);
         for (std::size_t n = 0; n < tone.size(); ++n) {
-          const uint64_t fraction =
-              numerator * (2 * uint64_t{n} + startInHalves) + (phaseInQuarters << 62);
-          const double expected = 2.0 * CosineOfFraction(fraction);
+          const double expected =
+              2.0 *
+              CosineOfFraction(numerator * (2 * uint64_t{n} + startInHalves) + (quarters << 62));
           ASSERT_NEAR(tone[n], expected, std::fabs(expected) * 0x1p-50)
               << numerator << " from " << startInHalves << " at " << n;
         }
@@ -86,13 +77,14 @@ TEST(FirDesign, TonesRefuseInOrder) {
   EXPECT_EQ(kept, Taps{9.0});
 }
 
-double WindowWeight(int32_t window, int32_t i, int32_t n) {
-  const double c1 = std::cos(2.0 * kPi * i / (n - 1));
-  const double c2 = std::cos(4.0 * kPi * i / (n - 1));
-  const double alpha = -std::pow(0.5 / std::cos(kPi / (n - 1)), 2);
+double WindowWeight(int32_t window, std::size_t i, std::size_t n) {
+  const double turns = static_cast<double>(i) / static_cast<double>(n - 1);
+  const double c1 = std::cos(2.0 * kPi * turns);
+  const double c2 = std::cos(4.0 * kPi * turns);
+  const double alpha = -std::pow(0.5 / std::cos(kPi / static_cast<double>(n - 1)), 2);
   switch (window) {
     case 0:
-      return 1.0 - std::fabs(2.0 * i / (n - 1) - 1.0);
+      return 1.0 - std::fabs(2.0 * turns - 1.0);
     case 1:
       return (alpha + 1.0) / 2.0 - 0.5 * c1 - alpha / 2.0 * c2;
     case 2:
@@ -104,21 +96,18 @@ double WindowWeight(int32_t window, int32_t i, int32_t n) {
   }
 }
 
-// What turning the cosine on from tap to tap may lose, as the header tells.
-double TurningError(int32_t n) {
-  return n <= 1000 ? 1e-12 : 1e-9;
-}
-
 TEST(FirDesign, WindowsFollowTheirFormulas) {
   for (int32_t window = -1; window <= 4; ++window) {
-    for (const int32_t n : {5, 6, 7, 8, 100, 101, 1000, 30000}) {
-      Taps weights(static_cast<std::size_t>(n), 1.0);
-      EXPECT_EQ(ApplyWindow(static_cast<Window>(window), weights.data(), n), 0);
-      for (int32_t i = 0; i < n; ++i) {
-        const auto place = static_cast<std::size_t>(i);
-        ASSERT_NEAR(weights[place], WindowWeight(window, i, n), TurningError(n))
+    for (const std::size_t n : {5U, 6U, 7U, 8U, 100U, 101U, 1000U, 30000U}) {
+      Taps weights(n, 1.0);
+      EXPECT_EQ(ApplyWindow(static_cast<Window>(window), weights.data(), static_cast<int32_t>(n)),
+                0);
+      // What turning the cosine on from tap to tap may lose, as the header tells.
+      const double turningError = n <= 1000 ? 1e-12 : 1e-9;
+      for (std::size_t i = 0; i < n; ++i) {
+        ASSERT_NEAR(weights[i], WindowWeight(window, i, n), turningError)
             << window << " of " << n << " at " << i;
-        ASSERT_EQ(weights[place], weights[weights.size() - 1 - place]);
+        ASSERT_EQ(weights[i], weights[n - 1 - i]);
       }
     }
   }
@@ -128,12 +117,13 @@ TEST(FirDesign, WindowsFollowTheirFormulas) {
   EXPECT_EQ(kept, Taps(4, 9.0));
 }
 
-Taps Design(double rFreq, int32_t tapsLen, int32_t winType, int32_t doNormal) {
-  GuardedBuffer bytes(static_cast<std::size_t>(tapsLen) * sizeof(double), 3);
-  auto* const d = reinterpret_cast<double*>(bytes.Data());
-  EXPECT_EQ(ippsFIRGenLowpass_64f(rFreq, d, tapsLen, winType, doNormal), 0);
+Taps Design(double rFreq, std::size_t tapsLen, int32_t winType, int32_t doNormal) {
+  Taps taps(tapsLen);
+  GuardedBuffer bytes = Misplaced(taps, 3);
+  EXPECT_EQ(ippsFIRGenLowpass_64f(rFreq, reinterpret_cast<double*>(bytes.Data()),
+                                  static_cast<int32_t>(tapsLen), winType, doNormal),
+            0);
   EXPECT_TRUE(bytes.IsGuardIntact());
-  Taps taps(static_cast<std::size_t>(tapsLen));
   std::memcpy(taps.data(), bytes.Data(), bytes.Size());
   return taps;
 }
@@ -143,31 +133,29 @@ double IdealResponse(double rFreq, double distance) {
   return std::sin(2.0 * kPi * rFreq * distance) / (kPi * distance);
 }
 
+void ExpectDesign(double rFreq, std::size_t tapsLen, int32_t winType) {
+  SCOPED_TRACE(testing::Message() << rFreq << ' ' << tapsLen << ' ' << winType);
+  const Taps taps = Design(rFreq, tapsLen, winType, 0);
+  const Taps normal = Design(rFreq, tapsLen, winType, 1);
+  const double middle = 0.5 * static_cast<double>(tapsLen - 1);
+  const std::size_t centre = tapsLen / 2;
+  double sum = 0.0;
+  for (std::size_t i = 0; i < tapsLen; ++i) {
+    const double ideal = IdealResponse(rFreq, static_cast<double>(i) - middle);
+    ASSERT_NEAR(taps[i], ideal * WindowWeight(winType, i, tapsLen), 2.0 * rFreq * 1e-12) << i;
+    ASSERT_EQ(taps[i], taps[tapsLen - 1 - i]) << i;
+    // A gain is one factor for all.
+    ASSERT_NEAR(normal[i], taps[i] / taps[centre] * normal[centre], std::fabs(normal[i]) * 1e-15);
+    sum += normal[i];
+  }
+  EXPECT_NEAR(sum, 1.0, 1e-13);
+}
+
 TEST(FirDesign, TapsAreTheWindowedIdealResponse) {
   for (const double rFreq : {1e-300, 1e-5, 0.1, 0.25, 0.3, 0.4999}) {
-    for (const int32_t tapsLen : {5, 6, 7, 50, 51, 1000}) {
-      for (int32_t winType = -1; winType <= 4; ++winType) {
-        const Taps taps = Design(rFreq, tapsLen, winType, 0);
-        for (int32_t i = 0; i < tapsLen; ++i) {
-          const auto place = static_cast<std::size_t>(i);
-          const double expected =
-              IdealResponse(rFreq, i - 0.5 * (tapsLen - 1)) * WindowWeight(winType, i, tapsLen);
-          ASSERT_NEAR(taps[place], expected, 2.0 * rFreq * 1e-12)
-              << rFreq << ' ' << tapsLen << ' ' << winType << " at " << i;
-          ASSERT_EQ(taps[place], taps[taps.size() - 1 - place]);
-        }
-        // A gain is one factor for all.
-        const Taps normal = Design(rFreq, tapsLen, winType, 1);
-        double sum = 0.0;
-        for (const double tap : normal)
-          sum += tap;
-        EXPECT_NEAR(sum, 1.0, 1e-13);
-        const std::size_t centre = taps.size() / 2;
-        for (std::size_t i = 0; i < taps.size(); ++i) {
-          ASSERT_NEAR(normal[i], taps[i] / taps[centre] * normal[centre],
-                      std::fabs(normal[i]) * 1e-15);
-        }
-      }
+    for (const std::size_t tapsLen : {5U, 6U, 7U, 50U, 51U, 1000U}) {
+      for (int32_t winType = -1; winType <= 4; ++winType)
+        ExpectDesign(rFreq, tapsLen, winType);
     }
   }
 }

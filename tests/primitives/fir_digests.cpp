@@ -18,46 +18,36 @@ int32_t ScaleFactor(RandomElements& random) {
   return kScaleFactors[random.Bits() % std::size(kScaleFactors)];
 }
 
+void AddCall(Fir32f16s* state, RandomElements& random, std::size_t count, Digest* digest) {
+  const std::vector<int16_t> source = RandomSamples(random.Bits(), count);
+  std::vector<int16_t> d(count);
+  digest->Add(ippsFIR32f_16s_Sfs(source.data(), d.data(), static_cast<int32_t>(count), state,
+                                 ScaleFactor(random)));
+  digest->Add(d);
+}
+
 // Streams through calls of either kind. What set-up and delay lines are like, their own digests
 // tell by what is filtered right behind them.
-class FirDigests {
- public:
+struct FirDigests {
+  Digest setUp;
+  Digest delayLine;
+  Digest free;
+  Digest filter;
+
   void AddFilter(std::size_t tapsLen, uint64_t seed, bool withSpecials) {
     RandomElements random(seed, withSpecials);
     const std::vector<float> taps = RandomTaps(random, tapsLen);
-    const std::vector<int16_t> delayLine = RandomSamples(seed, tapsLen);
+    const std::vector<int16_t> heard = RandomSamples(seed, tapsLen);
     Fir32f16s* state = nullptr;
-    setUp_.Add(ippsFIRInitAlloc32f_16s(&state, taps.data(), static_cast<int32_t>(tapsLen),
-                                       delayLine.data()));
-    AddCall(state, random, 20, &setUp_);
-    for (const std::size_t count : {511U, 512U, 700U, 3U, 3000U, 5U}) {
-      AddCall(state, random, count, &filter_);
-    }
-    delayLine_.Add(ippsFIRSetDlyLine32f_16s(state, delayLine.data()));
-    AddCall(state, random, 20, &delayLine_);
-    free_.Add(ippsFIRFree32f_16s(state));
+    setUp.Add(
+        ippsFIRInitAlloc32f_16s(&state, taps.data(), static_cast<int32_t>(tapsLen), heard.data()));
+    AddCall(state, random, 20, &setUp);
+    for (const std::size_t count : {511U, 512U, 700U, 3U, 3000U, 5U})
+      AddCall(state, random, count, &filter);
+    delayLine.Add(ippsFIRSetDlyLine32f_16s(state, heard.data()));
+    AddCall(state, random, 20, &delayLine);
+    free.Add(ippsFIRFree32f_16s(state));
   }
-
-  void Print() const {
-    setUp_.Print("ippsFIRInitAlloc32f_16s");
-    delayLine_.Print("ippsFIRSetDlyLine32f_16s");
-    free_.Print("ippsFIRFree32f_16s");
-    filter_.Print("ippsFIR32f_16s_Sfs");
-  }
-
- private:
-  static void AddCall(Fir32f16s* state, RandomElements& random, std::size_t count, Digest* digest) {
-    const std::vector<int16_t> source = RandomSamples(random.Bits(), count);
-    std::vector<int16_t> d(count);
-    digest->Add(ippsFIR32f_16s_Sfs(source.data(), d.data(), static_cast<int32_t>(count), state,
-                                   ScaleFactor(random)));
-    digest->Add(d);
-  }
-
-  Digest setUp_;
-  Digest delayLine_;
-  Digest free_;
-  Digest filter_;
 };
 
 void PrintCorrelationDigest() {
@@ -109,7 +99,10 @@ void PrintFirDigests() {
     filters.AddFilter(tapsLen, tapsLen, false);
     filters.AddFilter(tapsLen, tapsLen + 1, true);
   }
-  filters.Print();
+  filters.setUp.Print("ippsFIRInitAlloc32f_16s");
+  filters.delayLine.Print("ippsFIRSetDlyLine32f_16s");
+  filters.free.Print("ippsFIRFree32f_16s");
+  filters.filter.Print("ippsFIR32f_16s_Sfs");
   PrintCorrelationDigest();
   PrintDesignDigest();
 }
