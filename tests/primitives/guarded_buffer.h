@@ -46,7 +46,7 @@ class GuardedBuffer {
 template <typename Element>
 GuardedBuffer Misplaced(const std::vector<Element>& elements, std::size_t misalignment) {
   GuardedBuffer buffer(elements.size() * sizeof(Element), misalignment);
-  std::memcpy(buffer.Data(), elements.data(), buffer.Size());
+  if (!elements.empty()) std::memcpy(buffer.Data(), elements.data(), buffer.Size());
   return buffer;
 }
 
