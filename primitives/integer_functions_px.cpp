@@ -1,12 +1,13 @@
 // Levels in decibels and squared magnitudes of integers, px build.
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 
 #include "primitives/dispatch/px_entries.h"
 #include "primitives/elementwise.h"
-#include "primitives/rounding.h"
+#include "primitives/math/double_precision_scope.h"
+#include "primitives/math/exponential_and_logarithm.h"
+#include "primitives/math/short_logarithm.h"
 #include "primitives/scaling.h"
 
 namespace zr::primitives::px {
@@ -80,10 +81,17 @@ int32_t ippsTenLogTen_32s_Sfs(const int32_t* a, int32_t* d, int32_t n, int32_t s
     const int32_t shift = std::min(scaleFactor, 31);
     return ForEachLevel([shift](int32_t x) { return LevelOf(x) >> shift; }, a, d, n);
   }
+  const DoublePrecisionScope scope;
   const double multiplier = DoublePowerOfTwo(scaleFactor);
-  const auto level = [multiplier](int32_t x) {
-    const double logarithm = RoundToDouble(std::log(static_cast<double>(x)));
-    return CutSaturated(logarithm * 0.4342944819032518 * 10.0 * multiplier + 0.5);
+  const auto levelFrom = [multiplier](double logarithm) {
+    return logarithm * 0.4342944819032518 * 10.0 * multiplier + 0.5;
+  };
+  const auto level = [levelFrom](int32_t x) {
+    // What the short logarithm misses seldom tells.
+    const double estimate = levelFrom(ShortLogarithm(x));
+    const int32_t least = CutSaturated(estimate * (1.0 - 0x1p-48));
+    if (least == CutSaturated(estimate * (1.0 + 0x1p-48))) return least;
+    return CutSaturated(levelFrom(LogarithmOf(x)));
   };
   return ForEachLevel(level, a, d, n);
 }

@@ -59,7 +59,7 @@ float Logarithm(ExceptionalElements* exceptional, float x) {
     exceptional->Report(kStatusMathDomain);
     return kZeroOverZero<float>;
   }
-  if (!(x < kInfinity)) return x;  // A NaN too.
+  if (!(x < kInfinity)) return RoundToFloat(x * x);  // A NaN too, which becomes a quiet one.
   return RoundToFloat(LogarithmOfPositive(x));
 }
 

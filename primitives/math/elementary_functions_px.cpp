@@ -1,4 +1,5 @@
 // Roots, logarithms and the polar parts of complex numbers, px build.
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -9,6 +10,7 @@
 #include "primitives/math/double_precision_scope.h"
 #include "primitives/math/exponential_and_logarithm.h"
 #include "primitives/math/phase.h"
+#include "primitives/math/short_logarithm.h"
 #include "primitives/zero_divisors.h"
 
 namespace zr::primitives::px {
@@ -35,6 +37,21 @@ int32_t SquareRoots(const Real* a, Real* d, int32_t n) {
   return status != kStatusOk ? status : warning;
 }
 
+// RoundToFloat(LogarithmOf(x)), for x positive, infinite or a NaN. What the short logarithm misses
+// tells only where it comes so close to the middle between two floats.
+float NaturalLogarithm(float x) {
+  using Limits = std::numeric_limits<float>;
+  if (!(x < Limits::infinity())) return std::isnan(x) ? Limits::quiet_NaN() : x;
+  const double logarithm = RoundToDouble(ShortLogarithm(x));
+  // Of the bits that a float has no room for.
+  constexpr uint64_t kBelowFloat = 0x1fffffff;
+  constexpr uint64_t kMiddle = 0x10000000;
+  constexpr uint64_t kMargin = 4;
+  const uint64_t rest = std::bit_cast<uint64_t>(logarithm) & kBelowFloat;
+  const bool isCloseToMiddle = rest - (kMiddle - kMargin) <= 2 * kMargin;
+  return RoundToFloat(isCloseToMiddle ? LogarithmOf(x) : logarithm);
+}
+
 }  // namespace
 
 int32_t ippsSqrt_32f(const float* a, float* d, int32_t n) {
@@ -59,7 +76,6 @@ int32_t ippsSqrt_64f_I(double* s, int32_t n) {
 }
 
 int32_t ippsLn_32f(const float* a, float* d, int32_t n) {
-  using Limits = std::numeric_limits<float>;
   if (const int32_t status = CheckArguments(n, 1, a, d)) return status;
   const DoublePrecisionScope scope;
   int32_t warning = kStatusOk;
@@ -73,10 +89,9 @@ int32_t ippsLn_32f(const float* a, float* d, int32_t n) {
       Store(d, i, kZeroOverZero<float>);
     } else if (word == 0) {
       warn(kStatusZeroLogarithm);
-      Store(d, i, -Limits::infinity());
+      Store(d, i, -std::numeric_limits<float>::infinity());
     } else {
-      const float x = Load(a, i);
-      Store(d, i, std::isnan(x) ? Limits::quiet_NaN() : RoundToFloat(LogarithmOf(x)));
+      Store(d, i, NaturalLogarithm(Load(a, i)));
     }
   }
   return warning;

@@ -18,7 +18,7 @@ constexpr DoubleLength kLog2OfE = SplitAtDouble(Reciprocal(kLnOfTwoInFull));
 
 double ExponentialOf(double x) {
   const bool isNumber = x == x;
-  return isNumber ? PowerFromLogarithm(kLog2OfE, x, 1.0) : x;
+  return isNumber ? PowerFromLogarithm(kLog2OfE, x, 1.0) : x + x;
 }
 
 double LogarithmOf(double x) {

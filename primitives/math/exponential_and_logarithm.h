@@ -5,7 +5,7 @@
 namespace zr::primitives {
 
 /// e to the power x: infinite or 0 beyond the range of doubles, with a subnormal result where there
-/// is one, a NaN for a NaN.
+/// is one, a quiet NaN for a NaN.
 double ExponentialOf(double x);
 
 /// ln(x), for x positive, infinite or a NaN.

@@ -9,15 +9,15 @@
 namespace zr::primitives {
 
 float SineOfLargeAngle(float x) {
-  return std::isnan(x) ? x : RoundToFloat(SineAndCosineOf(x).sine);
+  return std::isnan(x) ? x + x : RoundToFloat(SineAndCosineOf(x).sine);
 }
 
 float CosineOfLargeAngle(float x) {
-  return std::isnan(x) ? x : RoundToFloat(SineAndCosineOf(x).cosine);
+  return std::isnan(x) ? x + x : RoundToFloat(SineAndCosineOf(x).cosine);
 }
 
 float TangentOfLargeAngle(float x) {
-  if (std::isnan(x)) return x;
+  if (std::isnan(x)) return x + x;
   const SineAndCosine both = SineAndCosineOf(x);
   return RoundToFloat(both.sine / both.cosine);
 }

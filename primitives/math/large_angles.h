@@ -1,5 +1,5 @@
 // Sine, cosine and tangent of any finite float, rounded once, where the short ways end. A NaN gives
-// a NaN.
+// a quiet NaN.
 #pragma once
 
 namespace zr::primitives {

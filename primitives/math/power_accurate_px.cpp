@@ -5,47 +5,16 @@
 #include <limits>
 
 #include "primitives/dispatch/px_entries.h"
-#include "primitives/math/binary_logarithm_table.h"
 #include "primitives/math/exceptional_elements.h"
 #include "primitives/math/powers_of_two.h"
+#include "primitives/math/short_logarithm.h"
 #include "primitives/math/special_powers.h"
 #include "primitives/rounding.h"
 
 namespace zr::primitives::px {
 namespace {
 
-constexpr BinaryLogarithmTable kLogarithms = MakeBinaryLogarithmTable();
-constexpr double kScale = kBinaryScale;
 constexpr PowersOfTwo<128> kPowersOfTwo = MakePowersOfTwo<128>();
-
-// With w = kScale * t, w + w * P(w) is log2(1 + t).
-double P(double w) {
-  return (((((0.015843641906397053 * w - 0.026667131649815552) * w + 0.04616704187202374) * w -
-            0.08325619496072671) *
-               w +
-           0.16015105075297303) *
-              w -
-          0.3465736568077919) *
-             w +
-         9.597935033233511e-08;
-}
-
-// Base 2, of a positive number that is a float.
-DoubleLength Logarithm(double x) {
-  const auto bits = std::bit_cast<uint64_t>(x);
-  const auto upper = static_cast<uint32_t>(bits >> 32);
-  const uint32_t index = ((upper & 0xffc00) + 1024) >> 11;
-  const BinaryLogarithmRow& row = kLogarithms.rows[index];
-  const double exponent = static_cast<int32_t>(upper - 0x3fe7fc00) >> 20;
-  const auto mantissa = std::bit_cast<double>((bits & 0xfffffffffffff) | 0x3ff0000000000000);
-
-  const double w = mantissa * row.factor - kScale;
-  const double known = row.logarithm.head + exponent;
-  const double sum = known + w;
-  const double low = ((w - (sum - known)) + row.logarithm.tail) + w * P(w);
-  const double head = sum + low;
-  return {head, low - (head - sum)};
-}
 
 // Unbiased; -1023 for 0.
 int32_t ExponentOf(double x) {
@@ -53,7 +22,7 @@ int32_t ExponentOf(double x) {
 }
 
 float Power(double x, double y) {
-  const DoubleLength logarithm = Logarithm(x);
+  const DoubleLength logarithm = ShortBinaryLogarithm(x);
   const bool isLarge = (logarithm.head > 0.0) == (y > 0.0);
   const float beyondRange = isLarge ? std::numeric_limits<float>::infinity() : 0.0F;
   // The logarithm of the power is 4096 and more.

@@ -33,16 +33,18 @@ int32_t ippsLog10_32f(const float* a, float* d, int32_t n);
 
 /// d = a to the power b. Pow is fast: its logarithm has an absolute error of about 2^-38, which the
 /// exponent multiplies. PowAccurate is nearly always correctly rounded. Beyond a float's range a
-/// power is infinite or 0, without a code. What comes first in this list holds:
+/// power is infinite or 0, without a code. What comes first in this list holds; "signed" is
+/// negative for a negative a, -0 included, and an odd integer b:
 ///
 ///   b = 0, or a = 1                        1, for a NaN too
 ///   b = 1                                  a
 ///   b or a a NaN                           that NaN
-///   a infinite, or 0 and b > 0             infinite or 0, negative for negative a and an odd
-///   integer b a = 0, b < 0                           infinite, signed so, and 19 b infinite 1 for
-///   |a| = 1, else infinite or 0 a < 0, b = -1                          1 / a a < 0, b not an
-///   integer                the NaN, and 19 a < 0                                  the power of
-///   |a|, negative for an odd integer b
+///   a infinite, or a = 0 and b > 0         infinite or 0, signed
+///   a = 0, b < 0                           infinite, signed, and 19
+///   b infinite                             1 for |a| = 1, else infinite or 0
+///   a < 0, b = -1                          1 / a
+///   a < 0, b not an integer                the NaN, and 19
+///   a < 0                                  the power of |a|, signed
 int32_t ippsPow_32f(const float* a, const float* b, float* d, int32_t n);
 int32_t ippsPowAccurate_32f(const float* a, const float* b, float* d, int32_t n);
 

@@ -47,20 +47,20 @@ void PrintDoubleMathDigests() {
     digest.Print(name);
   };
   const double* const x = exponents.data();
-  print("ippsPow_64f, in range", ippsPow_64f(bases.data(), powers.data(), wide.data(), kCount),
-        wide);
-  print("ippsExpAccurate_64f, in range", ippsExpAccurate_64f(x, wide.data(), kCount), wide);
-  print("ippsExp_64f, in range", ippsExp_64f(x, wide.data(), kCount), wide);
-  for (int32_t i = 0; i < kCount; ++i)
-    ippsExp_64f(x + i, &wide[i], 1);
+  double* const d = wide.data();
+  float* const f = results.data();
+  print("ippsPow_64f, in range", ippsPow_64f(bases.data(), powers.data(), d, kCount), wide);
+  print("ippsExpAccurate_64f, in range", ippsExpAccurate_64f(x, d, kCount), wide);
+  print("ippsExp_64f, in range", ippsExp_64f(x, d, kCount), wide);
+  print("ippsExp_32f, in range", ippsExp_32f(singles.data(), f, kCount), results);
+  for (int32_t i = 0; i < kCount; ++i) {
+    ippsExp_64f(x + i, d + i, 1);
+    ippsExp_32f(&singles[i], f + i, 1);
+  }
   print("ippsExp_64f, alone", 0, wide);
-  print("ippsExp_32f, in range", ippsExp_32f(singles.data(), results.data(), kCount), results);
-  for (int32_t i = 0; i < kCount; ++i)
-    ippsExp_32f(&singles[i], &results[i], 1);
   print("ippsExp_32f, alone", 0, results);
-  print("ippsLn_32f, all binades", ippsLn_32f(positives.data(), results.data(), kCount), results);
-  print("ippsPhase_32fc, all binades", ippsPhase_32fc(numbers.data(), results.data(), kCount),
-        results);
+  print("ippsLn_32f, all binades", ippsLn_32f(positives.data(), f, kCount), results);
+  print("ippsPhase_32fc, all binades", ippsPhase_32fc(numbers.data(), f, kCount), results);
 }
 
 }  // namespace zr::test

@@ -10,125 +10,35 @@
 
 #include "primitives/element_words.h"
 #include "primitives/math/elementary_functions.h"
-#include "primitives/math/powers_of_two.h"
-#include "primitives/math/reciprocal_tables.h"
-#include "tests/primitives/extended_precision.h"
-#include "tests/primitives/random_elements.h"
 #include "tests/primitives/ulps.h"
 
 namespace zr::primitives {
 namespace {
 
-using test::ExtendedPrecision;
 using test::RandomElements;
 using test::Ulps;
+using test::Uniform;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kLargest = std::numeric_limits<double>::max();
 constexpr double kSmallest = std::numeric_limits<double>::denorm_min();
 
-// Any NaN is as good as any other, unless it is told to the bit.
-void ExpectSame(double result, double expected, double x, double y) {
-  if (std::isnan(expected)) {
-    EXPECT_TRUE(std::isnan(result)) << x << ' ' << y;
-  } else {
-    EXPECT_EQ(LoadWord(&result), LoadWord(&expected)) << x << ' ' << y << " gave " << result;
-  }
-}
-
-TEST(DoubleMathTables, HoldTheRowsThatAreKnown) {
-  constexpr auto kFirst = MakeFirstReciprocals();
-  constexpr auto kSecond = MakeSecondReciprocals();
-  constexpr auto kThird = MakeThirdReciprocals();
-  constexpr auto kPowers = MakePowersOfTwoWithRelativeTails<64>();
-  const struct {
-    double row;
-    double known;
-  } rows[] = {{kFirst.rows[0].factor, 1.0},
-              {kFirst.rows[16].factor, 0.666656494140625},
-              {kFirst.rows[16].logarithm.head, -0.4150154853314234},
-              {kFirst.rows[16].logarithm.tail, -1.564570207123908e-13},
-              {kFirst.rows[32].factor, 0.5},
-              {kFirst.rows[32].logarithm.head, 0.0},
-              {kSecond.rows[1].factor, 0.998046875},
-              {kSecond.rows[16].factor, 1.015869140625},
-              {kThird.rows[0].factor, 1.442694902420044},
-              {kThird.rows[1].factor, 1.4426507949829102},
-              {kPowers.rows[0].tail, 0.0},
-              {kPowers.rows[1].head, 1.0108892860517005},
-              {kPowers.rows[1].tail, -1.507066976926039e-17}};
-  for (const auto& row : rows)
-    EXPECT_EQ(row.row, row.known);
-
-  const ExtendedPrecision scope;
-  const auto expectLogarithms = [](const auto& table, double scale, uint32_t firstLess1) {
-    uint32_t i = 0;
-    for (const ReciprocalRow& row : table.rows) {
-      const long double exact =
-          std::log2(static_cast<long double>(scale) / row.factor) - (i < firstLess1 ? 0.0L : 1.0L);
-      const long double sum = static_cast<long double>(row.logarithm.head) + row.logarithm.tail;
-      EXPECT_NEAR(static_cast<double>(sum - exact), 0.0, 0x1p-62) << i;
-      const double headUnits = row.logarithm.head * 0x1p40;
-      EXPECT_EQ(headUnits, std::trunc(headUnits)) << i;
-      ++i;
-    }
-  };
-  expectLogarithms(kFirst, 1.0, 16);
-  expectLogarithms(kSecond, 1.0, 33);
-  expectLogarithms(kThird, kReciprocalScale, 129);
-}
-
-TEST(Pow64f, DecidesSpecialElementsFromTheTopDown) {
+// Those that floats have too are tested with the powers of floats.
+TEST(Pow64f, DecidesSpecialElementsOfDoublesAlone) {
   const struct {
     double x;
     double y;
     double expected;
     int32_t status;
-  } rows[] = {{kNaN, 0.0, 1.0, 0},
-              {kNaN, -0.0, 1.0, 0},
-              {-0.0, 0.0, 1.0, 0},
-              {1.0, kNaN, 1.0, 0},
-              {1.0, -kInfinity, 1.0, 0},
-              {1.0, 0.3, 1.0, 0},
-              {-1.0, kNaN, 1.0, 0},
-              {-1.0, -kInfinity, 1.0, 0},
-              {kNaN, 2.0, kNaN, 0},
-              {kNaN, -kInfinity, kNaN, 0},
-              {0.0, kNaN, kNaN, 0},
-              {-kInfinity, kNaN, kNaN, 0},
-              {0.0, -kInfinity, kInfinity, 19},
-              {-0.0, -kInfinity, kInfinity, 19},
-              {-0.0, kInfinity, 0.0, 0},
-              {-0.5, -kInfinity, kInfinity, 0},
-              {-2.0, kInfinity, kInfinity, 0},
-              {-0.5, kInfinity, 0.0, 0},
-              {-2.0, -kInfinity, 0.0, 0},
-              {kInfinity, kInfinity, kInfinity, 0},
-              {-kInfinity, -kInfinity, 0.0, 0},
-              {-kInfinity, 3.0, -kInfinity, 0},
-              {-kInfinity, 0.5, kInfinity, 0},
-              {-kInfinity, -3.0, -0.0, 0},
-              {-kInfinity, -2.5, 0.0, 0},
-              {0.0, -1.0, kInfinity, 19},
-              {-0.0, -1.0, -kInfinity, 19},
-              {-0.0, -2.0, kInfinity, 19},
-              {-0.0, -0x1p53, kInfinity, 19},
-              {-0.0, 3.0, -0.0, 0},
-              {-0.0, 1e-300, 0.0, 0},
-              {-2.0, 0.5, kNaN, 19},
-              {-1.0, 0.5, kNaN, 19},
-              {-kSmallest, -1.5, kNaN, 19},
-              {-1.0, 0x1p52 + 1.0, -1.0, 0},
-              {-1.0, 0x1p53, 1.0, 0},
-              {-1.0, -7.0, -1.0, 0}};
+  } rows[] = {
+      {-1.0, kNaN, 1.0, 0},          {-0.0, -0x1p53, kInfinity, 19},  {-0.0, 1e-300, 0.0, 0},
+      {-kSmallest, -1.5, -kNaN, 19}, {-1.0, 0x1p51 + 0.5, -kNaN, 19}, {-1.0, 0x1p52 + 1.0, -1.0, 0},
+      {-1.0, 0x1p53, 1.0, 0}};
   for (const auto& row : rows) {
     double result = 9.0;
     EXPECT_EQ(ippsPow_64f(&row.x, &row.y, &result, 1), row.status) << row.x << ' ' << row.y;
-    ExpectSame(result, row.expected, row.x, row.y);
-    if (row.status == 19 && std::isnan(row.expected)) {
-      EXPECT_EQ(LoadWord(&result), 0xfff8000000000000U) << row.x << ' ' << row.y;
-    }
+    EXPECT_EQ(LoadWord(&result), LoadWord(&row.expected)) << row.x << ' ' << row.y;
   }
 }
 
@@ -160,8 +70,8 @@ TEST(Pow64f, IsExactWhereAPowerIs) {
               {-8.0, -357.0, -0x1p-1071, "a subnormal one, signed"},
               {2.0, -1074.0, kSmallest, "the smallest"},
               {2.0, -2000.0, 0.0, "below all"},
-              {-2.0, -1077.0, 0.0, "a zero above 2^-1085 has no sign"},
-              {-2.0, -1087.0, -0.0, "below it has one"},
+              {-2.0, -1083.0, 0.0, "a zero above 2^-1085 has no sign"},
+              {-2.0, -1085.0, -0.0, "below it has one"},
               {kSmallest, 0.5, 0x1p-537, "a subnormal base"},
               {0x1.8p-1050, 2.0, 0.0, "whose square is nothing"},
               {0x1.8p-1050, -0.5, 0x1.a20bd700c2c3ep524, "or whose inverse root is large"},
@@ -199,7 +109,7 @@ TEST(ExpAccurate64f, ReportsTheEndsOfItsRange) {
   for (const auto& row : rows) {
     double result = 9.0;
     EXPECT_EQ(ippsExpAccurate_64f(&row.x, &result, 1), row.status) << row.x;
-    ExpectSame(result, row.expected, row.x, 0.0);
+    EXPECT_EQ(LoadWord(&result), LoadWord(&row.expected)) << row.x << ' ' << result;
   }
 }
 
@@ -215,11 +125,6 @@ TEST(DoubleMath, LastExceptionalElementDecides) {
   EXPECT_EQ(results[1], 9.0);
 }
 
-// An element of [low, high).
-double Uniform(RandomElements& random, double low, double high) {
-  return low + (high - low) * (static_cast<double>(random.Bits() >> 11) * 0x1p-53);
-}
-
 // In the last range a second rounding would cost up to a quarter of a unit.
 TEST(DoubleMath, ErrorIsBarelyMoreThanHalfAUnit) {
   const struct {
@@ -233,7 +138,7 @@ TEST(DoubleMath, ErrorIsBarelyMoreThanHalfAUnit) {
   RandomElements random(11, false);
   for (const auto& range : ranges) {
     for (int i = 0; i < 20000; ++i) {
-      const double logarithm = Uniform(random, range.low, range.high);
+      const double logarithm = Uniform(&random, range.low, range.high);
       double result = 0.0;
       ASSERT_EQ(ippsExpAccurate_64f(&logarithm, &result, 1), 0);
       const auto power = [=] { return std::exp(static_cast<long double>(logarithm)); };
@@ -243,16 +148,12 @@ TEST(DoubleMath, ErrorIsBarelyMoreThanHalfAUnit) {
 
       // Bases of all magnitudes, and ones so close to 1 that the logarithm is short of digits.
       const double scale = std::ldexp(1.0, -static_cast<int>(random.Bits() % 50));
-      const double base = i % 2 == 0 ? std::exp(Uniform(random, -700.0, 700.0))
-                                     : 1.0 + scale * Uniform(random, 0.01, 1.0);
+      const double base = i % 2 == 0 ? std::exp(Uniform(&random, -700.0, 700.0))
+                                     : 1.0 + scale * Uniform(&random, 0.01, 1.0);
       const double exponent = logarithm / std::log(base);
       ASSERT_EQ(ippsPow_64f(&base, &exponent, &result, 1), 0);
-      EXPECT_LE(Ulps(result,
-                     [=] {
-                       return std::pow(static_cast<long double>(base),
-                                       static_cast<long double>(exponent));
-                     }),
-                0.54)
+      const long double wideBase = base;
+      EXPECT_LE(Ulps(result, [=] { return std::pow(wideBase, exponent); }), 0.54)
           << base << ' ' << exponent;
     }
   }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -36,13 +37,29 @@ Element Scaled(int64_t exact, int64_t scaleFactor) {
   return Scaled<Element>(2 * value, scaleFactor + 1);
 }
 
+/// A primitive of any form. What has a constant takes the first element of b, what works in place a
+/// copy of b, or of a if it has no other source.
+template <auto kPrimitive, typename Element>
+int32_t Call(const Element* a, const Element* b, Element* d, int32_t n, int32_t factor) {
+  if constexpr (requires { kPrimitive(a, b, d, n, factor); }) return kPrimitive(a, b, d, n, factor);
+  if constexpr (requires { kPrimitive(a, *b, d, n, factor); })
+    return kPrimitive(a, *b, d, n, factor);
+  if constexpr (requires { kPrimitive(a, b, d, n); }) return kPrimitive(a, b, d, n);
+  constexpr bool kHasOneSource = requires {
+    kPrimitive(d, n);
+  };
+  std::copy_n(kHasOneSource ? a : b, n, d);
+  if constexpr (kHasOneSource) return kPrimitive(d, n);
+  if constexpr (requires { kPrimitive(a, d, n, factor); }) return kPrimitive(a, d, n, factor);
+  if constexpr (requires { kPrimitive(a, d, n); }) return kPrimitive(a, d, n);
+}
+
 template <typename Element>
 struct Row {
   const char* name;
-  /// Operands of which the second is one constant for all elements.
-  bool isSecondConstant;
   int32_t (*call)(const Element* a, const Element* b, Element* d, int32_t n, int32_t scaleFactor);
   int64_t (*exact)(int64_t a, int64_t b);
+  bool hasConstant = false;
 };
 
 std::vector<int32_t> ScaleFactors(int32_t lowest, int32_t highest) {
@@ -63,7 +80,7 @@ void ExpectScaled(const std::vector<Row<Element>>& rows, const std::vector<Eleme
   for (const auto& row : rows) {
     for (std::size_t turn = 0; turn < seconds.size(); ++turn) {
       for (std::size_t i = 0; i < a.size(); ++i)
-        b[i] = seconds[(turn + (row.isSecondConstant ? 0 : i)) % seconds.size()];
+        b[i] = seconds[(turn + (row.hasConstant ? 0 : i)) % seconds.size()];
       for (const int32_t scaleFactor : scaleFactors) {
         ASSERT_EQ(row.call(a.data(), b.data(), d.data(), n, scaleFactor), 0);
         for (std::size_t i = 0; i < a.size(); ++i) {
@@ -76,44 +93,25 @@ void ExpectScaled(const std::vector<Row<Element>>& rows, const std::vector<Eleme
   }
 }
 
+constexpr auto kSum = [](int64_t a, int64_t b) { return a + b; };
+constexpr auto kProduct = [](int64_t a, int64_t b) { return a * b; };
+
 TEST(IntegerArithmetic, ShortElementsAreExactThenScaled) {
   std::vector<int16_t> all;
   for (int32_t x = -32768; x <= 32767; ++x)
     all.push_back(static_cast<int16_t>(x));
-  const auto product = [](int64_t a, int64_t b) { return a * b; };
-  ExpectScaled<int16_t>(
-      {{"Mul", false, &ippsMul_16s_Sfs, product},
-       {"Mul in place", false,
-        [](const int16_t* a, const int16_t* b, int16_t* d, int32_t n, int32_t scaleFactor) {
-          std::copy(b, b + n, d);
-          return ippsMul_16s_ISfs(a, d, n, scaleFactor);
-        },
-        product},
-       {"SubC", true,
-        [](const int16_t* a, const int16_t* b, int16_t* d, int32_t n, int32_t scaleFactor) {
-          return ippsSubC_16s_Sfs(a, b[0], d, n, scaleFactor);
-        },
-        [](int64_t a, int64_t b) { return a - b; }}},
-      all, {-32768, -3, 0, 1, 300, 32767}, ScaleFactors(-18, 33));
-  const auto sum = [](int64_t a, int64_t b) { return a + b; };
-  ExpectScaled<int16_t>(
-      {{"Add", false, [](auto a, auto b, auto d, auto n, auto) { return ippsAdd_16s(a, b, d, n); },
-        sum},
-       {"Add in place", false,
-        [](auto a, auto b, auto d, auto n, auto) {
-          std::copy(b, b + n, d);
-          return ippsAdd_16s_I(a, d, n);
-        },
-        sum},
-       {"Sub", false, [](auto a, auto b, auto d, auto n, auto) { return ippsSub_16s(a, b, d, n); },
-        [](int64_t a, int64_t b) { return b - a; }},
-       {"Abs", true,
-        [](auto a, auto, auto d, auto n, auto) {
-          std::copy(a, a + n, d);
-          return ippsAbs_16s_I(d, n);
-        },
-        [](int64_t a, int64_t) { return a < 0 ? -a : a; }}},
-      all, {-32768, -1, 0, 7, 32767}, {0});
+  const auto difference = [](int64_t a, int64_t b) { return a - b; };
+  ExpectScaled<int16_t>({{"Mul", &Call<ippsMul_16s_Sfs>, kProduct},
+                         {"Mul in place", &Call<ippsMul_16s_ISfs>, kProduct},
+                         {"SubC", &Call<ippsSubC_16s_Sfs>, difference, true}},
+                        all, {-32768, -3, 0, 1, 300, 32767}, ScaleFactors(-18, 33));
+  const auto reversed = [](int64_t a, int64_t b) { return b - a; };
+  const auto magnitude = [](int64_t a, int64_t) { return a < 0 ? -a : a; };
+  ExpectScaled<int16_t>({{"Add", &Call<ippsAdd_16s>, kSum},
+                         {"Add in place", &Call<ippsAdd_16s_I>, kSum},
+                         {"Sub", &Call<ippsSub_16s>, reversed},
+                         {"Abs", &Call<ippsAbs_16s_I>, magnitude}},
+                        all, {-32768, -1, 0, 7, 32767}, {0});
 }
 
 template <bool kIsImaginary>
@@ -137,22 +135,12 @@ TEST(IntegerArithmetic, LongElementsAreExactThenScaled) {
     a.push_back(random.Next<int32_t>() >> random.Bits() % 31);
   for (int32_t i = 0; i < 8; ++i)
     seconds.push_back(random.Next<int32_t>() >> random.Bits() % 31);
-  const auto sum = [](int64_t x, int64_t y) { return x + y; };
-  const auto product = [](int64_t x, int64_t y) { return x * y; };
-  ExpectScaled<int32_t>({{"Add", false, &ippsAdd_32s_Sfs, sum},
-                         {"AddC", true,
-                          [](auto x, auto y, auto d, auto n, auto factor) {
-                            return ippsAddC_32s_Sfs(x, y[0], d, n, factor);
-                          },
-                          sum},
-                         {"Mul", false, &ippsMul_32s_Sfs, product},
-                         {"MulC", true,
-                          [](auto x, auto y, auto d, auto n, auto factor) {
-                            return ippsMulC_32s_Sfs(x, y[0], d, n, factor);
-                          },
-                          product},
-                         {"Mul of real parts", false, &MultiplyPart<false>, product},
-                         {"Mul of imaginary parts", false, &MultiplyPart<true>, product}},
+  ExpectScaled<int32_t>({{"Add", &Call<ippsAdd_32s_Sfs>, kSum},
+                         {"AddC", &Call<ippsAddC_32s_Sfs>, kSum, true},
+                         {"Mul", &Call<ippsMul_32s_Sfs>, kProduct},
+                         {"MulC", &Call<ippsMulC_32s_Sfs>, kProduct, true},
+                         {"Mul of real parts", &MultiplyPart<false>, kProduct},
+                         {"Mul of imaginary parts", &MultiplyPart<true>, kProduct}},
                         a, seconds, ScaleFactors(-35, 66));
 }
 
@@ -217,31 +205,22 @@ TEST(IntegerArithmetic, QuotientsAtTheEndsOfTheirRange) {
 }
 
 TEST(IntegerArithmetic, ShiftsCutAndFillWithTheSign) {
-  using Elements = std::vector<int16_t>;
-  const Elements source = {0x4000, -32768, -1, 5};
-  const struct {
-    int32_t shift;
-    Elements left;
-    Elements right;
-  } rows[] = {
-      {0, source, source},
-      {1, {-32768, 0, -2, 10}, {0x2000, -16384, -1, 2}},
-      {13, {0, 0, -8192, -24576}, {2, -4, -1, 0}},
-      {15, {0, 0, -32768, -32768}, {0, -1, -1, 0}},
-      {16, {0, 0, 0, 0}, {0, -1, -1, 0}},
-      {32, {0, 0, 0, 0}, {0, -1, -1, 0}},
-      {2147483647, {0, 0, 0, 0}, {0, -1, -1, 0}},
-  };
-  for (const auto& row : rows) {
-    Elements left = source;
-    EXPECT_EQ(ippsLShiftC_16s_I(row.shift, left.data(), 4), 0);
-    EXPECT_EQ(left, row.left) << row.shift;
-    Elements right(4);
-    EXPECT_EQ(ippsRShiftC_16s(source.data(), row.shift, right.data(), 4), 0);
-    EXPECT_EQ(right, row.right) << row.shift;
-    right = source;
-    EXPECT_EQ(ippsRShiftC_16s_I(row.shift, right.data(), 4), 0);
-    EXPECT_EQ(right, row.right) << row.shift;
+  const std::vector<int16_t> source = {-32768, -24577, -2, -1, 0, 1, 5, 0x4000, 32767};
+  const auto n = static_cast<int32_t>(source.size());
+  for (const int32_t shift : {0, 1, 2, 13, 14, 15, 16, 17, 31, 32, 2147483647}) {
+    const int32_t limited = std::min(shift, 32);
+    std::vector<int16_t> left = source;
+    std::vector<int16_t> right = source;
+    std::vector<int16_t> rightInPlace = source;
+    EXPECT_EQ(ippsLShiftC_16s_I(shift, left.data(), n), 0);
+    EXPECT_EQ(ippsRShiftC_16s(source.data(), shift, right.data(), n), 0);
+    EXPECT_EQ(ippsRShiftC_16s_I(shift, rightInPlace.data(), n), 0);
+    for (std::size_t i = 0; i < source.size(); ++i) {
+      const int64_t product = source[i] * (int64_t{1} << limited);
+      EXPECT_EQ(left[i], static_cast<int16_t>(product)) << source[i] << " by " << shift;
+      EXPECT_EQ(right[i], std::floor(std::ldexp(source[i], -limited))) << source[i] << " " << shift;
+    }
+    EXPECT_EQ(rightInPlace, right) << shift;
   }
   int16_t kept = 77;
   for (const int32_t shift : {-1, std::numeric_limits<int32_t>::min()}) {

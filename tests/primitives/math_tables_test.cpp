@@ -3,82 +3,104 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 #include "primitives/math/binary_logarithm_table.h"
 #include "primitives/math/decimal_logarithm_table.h"
 #include "primitives/math/logarithm_fits.h"
 #include "primitives/math/powers_of_two.h"
+#include "primitives/math/reciprocal_tables.h"
 #include "primitives/math/sine_and_cosine.h"
-#include "tests/primitives/extended_precision.h"
-#include "tests/primitives/random_elements.h"
+#include "tests/primitives/ulps.h"
 
 namespace zr::primitives {
 namespace {
 
 using test::ExtendedPrecision;
 
-constexpr auto kPowers64 = MakePowersOfTwo<64>();
 constexpr auto kPowers128 = MakePowersOfTwo<128>();
+constexpr auto kRelativePowers64 = MakePowersOfTwoWithRelativeTails<64>();
 constexpr auto kDecimal = MakeDecimalLogarithmTable();
 constexpr auto kBinary = MakeBinaryLogarithmTable();
+constexpr auto kFirst = MakeFirstReciprocals();
+constexpr auto kSecond = MakeSecondReciprocals();
+constexpr auto kThird = MakeThirdReciprocals();
 constexpr auto kFits = FitLogarithms();
 
-// A long double holds 11 bits of a tail behind a double, 43 behind 21 bits.
-constexpr long double kBinaryTolerance = 0x1p-63L;
-long double Sum(DoubleLength number) {
-  return static_cast<long double>(number.head) + number.tail;
+constexpr double kNotKnown = std::numeric_limits<double>::quiet_NaN();
+
+template <typename Row>
+void ExpectRow(const Row& row, double factor, double head = kNotKnown, double tail = kNotKnown) {
+  EXPECT_EQ(row.factor, factor);
+  EXPECT_TRUE(std::isnan(head) || row.logarithm.head == head) << factor;
+  EXPECT_TRUE(std::isnan(tail) || row.logarithm.tail == tail) << factor;
 }
 
 TEST(MathTables, HoldTheRowsThatAreKnown) {
-  const struct {
-    double row;
-    double known;
-  } rows[] = {{kPowers64.rows[1].head, 1.0108892860517005},
-              {kDecimal.rows[0].factor, 0.43359375},
-              {kDecimal.rows[0].logarithm.head, 0.0},
-              {kDecimal.rows[0].logarithm.tail, 0.0},
-              {kDecimal.rows[1].factor, 0.42681884765625},
-              {kDecimal.rows[1].logarithm.head, 0.006839424531790428},
-              {kDecimal.rows[1].logarithm.tail, -1.4849618834365666e-12},
-              {kDecimal.rows[64].factor, 0.216796875},
-              {kBinary.rows[0].factor, 1.442694902420044},
-              {kBinary.rows[0].logarithm.head, 0.0},
-              {kBinary.rows[1].factor, 1.439882516860962},
-              {kBinary.rows[1].logarithm.head, 0.0028151292353868484},
-              {kBinary.rows[256].factor, 0.9617966413497925},
-              {kBinary.rows[256].logarithm.head, -0.4150373935699463},
-              {kBinary.rows[512].factor, 0.721347451210022},
-              {kBinary.rows[512].logarithm.head, 0.0}};
-  for (const auto& row : rows)
-    EXPECT_EQ(row.row, row.known);
+  ExpectRow(kDecimal.rows[0], 0.43359375, 0.0, 0.0);
+  ExpectRow(kDecimal.rows[1], 0.42681884765625, 0.006839424531790428, -1.4849618834365666e-12);
+  ExpectRow(kDecimal.rows[64], 0.216796875, 0.3010299956640665, -8.532344317057107e-14);
+  ExpectRow(kBinary.rows[0], 1.442694902420044, 0.0);
+  ExpectRow(kBinary.rows[1], 1.439882516860962, 0.0028151292353868484);
+  ExpectRow(kBinary.rows[256], 0.9617966413497925, -0.4150373935699463);
+  ExpectRow(kBinary.rows[512], 0.721347451210022, 0.0);
+  ExpectRow(kFirst.rows[0], 1.0);
+  ExpectRow(kFirst.rows[16], 0.666656494140625, -0.4150154853314234, -1.564570207123908e-13);
+  ExpectRow(kFirst.rows[32], 0.5, 0.0);
+  ExpectRow(kSecond.rows[1], 0.998046875);
+  ExpectRow(kSecond.rows[16], 1.015869140625);
+  ExpectRow(kThird.rows[0], 1.442694902420044);
+  ExpectRow(kThird.rows[1], 1.4426507949829102);
+  EXPECT_EQ(kRelativePowers64.rows[0].tail, 0.0);
+  EXPECT_EQ(kRelativePowers64.rows[1].head, 1.0108892860517005);
+  EXPECT_EQ(kRelativePowers64.rows[1].tail, -1.507066976926039e-17);
 }
 
-TEST(MathTables, HoldWhatTheirRulesSay) {
+TEST(MathTables, HoldPowersOfTwo) {
   const ExtendedPrecision scope;
   for (uint32_t j = 0; j < 128; ++j) {
+    const DoubleLength& row = kPowers128.rows[j];
     const long double power = std::exp2(static_cast<long double>(j) / 128);
-    EXPECT_EQ(kPowers128.rows[j].head, static_cast<double>(power)) << j;
-    EXPECT_NEAR(static_cast<double>(Sum(kPowers128.rows[j]) - power), 0.0, 0x1p-62) << j;
-    EXPECT_EQ(kPowers64.rows[j / 2].head, kPowers128.rows[j / 2 * 2].head) << j;
-    EXPECT_EQ(kPowers64.rows[j / 2].tail, kPowers128.rows[j / 2 * 2].tail) << j;
+    EXPECT_EQ(row.head, static_cast<double>(power)) << j;
+    EXPECT_NEAR(static_cast<double>((row.head - power) + row.tail), 0.0, 0x1p-62) << j;
+    if (j % 2 != 0) continue;
+    const DoubleLength& relative = kRelativePowers64.rows[j / 2];
+    EXPECT_EQ(relative.head, row.head) << j;
+    EXPECT_NEAR(relative.tail * row.head, row.tail, 0x1p-105) << j;
   }
-  for (uint32_t j = 0; j < kDecimalLogarithmRows; ++j) {
-    const DecimalLogarithmRow& row = kDecimal.rows[j];
+}
+
+// Logarithms of scale / factor, less 1 from a row on. Heads are multiples of headUnit, so that sums
+// of them are exact.
+template <typename Table>
+void ExpectLogarithms(const Table& table, double scale, long double (*logarithmOf)(long double),
+                      uint32_t firstLessOne, double headUnit) {
+  // A long double holds 11 bits of a tail behind a double.
+  constexpr double kTolerance = 0x1p-62;
+  const ExtendedPrecision scope;
+  for (uint32_t j = 0; j < std::size(table.rows); ++j) {
+    const auto& row = table.rows[j];
     const long double exact =
-        std::log10(static_cast<long double>(kDecimalScale) / static_cast<long double>(row.factor));
-    EXPECT_NEAR(static_cast<double>(Sum(row.logarithm) - exact), 0.0, 0x1p-63) << j;
-    EXPECT_NEAR(row.factor * (64 + j) / 64, kDecimalScale, kDecimalScale * 0x1p-10) << j;
+        logarithmOf(static_cast<long double>(scale) / row.factor) - (j < firstLessOne ? 0 : 1);
+    const long double sum = static_cast<long double>(row.logarithm.head) + row.logarithm.tail;
+    EXPECT_NEAR(static_cast<double>(sum - exact), 0.0, kTolerance) << j;
+    const double headUnits = row.logarithm.head / headUnit;
+    EXPECT_EQ(headUnits, std::trunc(headUnits)) << j;
   }
-  for (uint32_t j = 0; j < kBinaryLogarithmRows; ++j) {
-    const BinaryLogarithmRow& row = kBinary.rows[j];
-    const long double quotient = static_cast<long double>(kBinaryScale) / row.factor;
-    const long double exact = std::log2(j < 256 ? quotient : quotient / 2);
-    EXPECT_NEAR(static_cast<double>(Sum(row.logarithm) - exact), 0.0,
-                static_cast<double>(kBinaryTolerance))
-        << j;
-    EXPECT_NEAR(row.factor * (512 + j) / 512, kBinaryScale, 0x1p-22) << j;
-    EXPECT_EQ(std::bit_cast<uint64_t>(row.logarithm.head) & 0xffffffff, 0U) << j;
-  }
+}
+
+TEST(MathTables, HoldLogarithms) {
+  const auto decimal = [](long double x) { return std::log10(x); };
+  const auto binary = [](long double x) { return std::log2(x); };
+  ExpectLogarithms(kDecimal, kDecimalScale, decimal, 65, 0x1p-43);
+  ExpectLogarithms(kBinary, kBinaryScale, binary, 256, 0x1p-30);
+  ExpectLogarithms(kFirst, 1.0, binary, 16, 0x1p-40);
+  ExpectLogarithms(kSecond, 1.0, binary, 33, 0x1p-40);
+  ExpectLogarithms(kThird, kReciprocalScale, binary, 129, 0x1p-40);
+  for (uint32_t j = 0; j < kDecimalLogarithmRows; ++j)
+    EXPECT_NEAR(kDecimal.rows[j].factor * (64 + j) / 64, kDecimalScale, kDecimalScale * 0x1p-10);
+  for (uint32_t j = 0; j < kBinaryLogarithmRows; ++j)
+    EXPECT_NEAR(kBinary.rows[j].factor * (512 + j) / 512, kBinaryScale, 0x1p-22) << j;
 }
 
 long double ValueOf(const LogarithmFit& fit, long double m) {
@@ -132,16 +154,13 @@ TEST(LargeAngles, AreReducedRightInEveryBinade) {
   test::RandomElements random(3, false);
   for (int32_t exponent = -40; exponent < 1024; ++exponent) {
     for (int32_t i = 0; i < 20; ++i) {
-      const auto fraction = static_cast<double>(random.Bits() >> 11) * 0x1p-53;
-      const double x = std::ldexp(1.0 + fraction, exponent) * (i % 2 == 0 ? 1 : -1);
+      const double magnitude = std::ldexp(test::Uniform(&random, 1.0, 2.0), exponent);
+      const double x = i % 2 == 0 ? magnitude : -magnitude;
       const SineAndCosine both = SineAndCosineOf(x);
-      const ExtendedPrecision scope;
-      const auto expectNear = [x](double result, long double reference) {
-        const long double ulp = std::ldexp(1.0L, std::ilogb(reference) - 52);
-        EXPECT_LE(std::fabs(result - reference) / ulp, 0.53L) << x;
-      };
-      expectNear(both.sine, std::sin(static_cast<long double>(x)));
-      expectNear(both.cosine, std::cos(static_cast<long double>(x)));
+      const long double wide = x;
+      const ExtendedPrecision scope;  // For both references: compilers join the calls.
+      EXPECT_LE(test::Ulps(both.sine, [=] { return std::sin(wide); }), 0.53) << x;
+      EXPECT_LE(test::Ulps(both.cosine, [=] { return std::cos(wide); }), 0.53) << x;
     }
   }
 }

@@ -48,14 +48,6 @@ TEST(MedianFilter, EveryMaskOverEveryLength) {
   EXPECT_EQ(zr::test::LiveBlockCount(), 0U);
 }
 
-TEST(MedianFilter, AMaskThatIsWiderThanTheVector) {
-  const Samples source = {4, -7, 9};
-  Samples d(3);
-  EXPECT_EQ(ippsFilterMedian_16s(source.data(), d.data(), 3, 99999), 0);
-  // As many copies of the first sample as of the last: the one between them by size wins.
-  EXPECT_EQ(d, (Samples{4, 4, 9}));
-}
-
 TEST(MedianFilter, WithoutMemoryTheCopyStays) {
   const Samples source = {4, -7, 9, 2};
   // More than a vector can hold is no memory either, and is not asked for.
