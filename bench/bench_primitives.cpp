@@ -1,10 +1,8 @@
 // Every primitive of the plain families, in the cache and out of it, against the plain loop for the
 // same bits and against VOLK. The rows are made from the list of primitives: one without a plain
 // loop does not link.
-#include <benchmark/benchmark.h>
-
+#include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -13,6 +11,7 @@
 #include "bench/bench_primitives_operands.h"
 #include "bench/bench_primitives_plain.h"
 #include "bench/bench_primitives_volk.h"
+#include "bench/bench_rows.h"
 #include "primitives/memory.h"
 
 extern "C" {
@@ -24,28 +23,16 @@ namespace zr::bench {
 namespace {
 
 constexpr int32_t kLengths[] = {1000, Operands::kLongest};
-constexpr double kMinimumSeconds = 0.02;
 
 constexpr bool IsPlain(std::string_view family) {
   return family == "Arithmetic" || family == "Statistics" || family == "Conversion" ||
-         family == "Memory" || family == "Random";
+         family == "Memory" || family == "Random" || family == "IntegerArithmetic";
 }
 
-void Register(const std::string& name, int32_t length, const char* contender,
-              std::function<void(benchmark::State&)> run) {
-  const std::string full = name + "/" + std::to_string(length) + "/" + contender;
-  benchmark::RegisterBenchmark(full.c_str(), std::move(run))->MinTime(kMinimumSeconds);
-}
-
-template <typename Call>
-void Measure(benchmark::State& state, int32_t length, std::size_t bytesPerElement, Call call) {
-  for ([[maybe_unused]] auto _ : state) {
-    call();
-    benchmark::ClobberMemory();
-  }
-  const int64_t elements = state.iterations() * length;
-  state.SetItemsProcessed(elements);
-  state.SetBytesProcessed(elements * static_cast<int64_t>(bytesPerElement));
+/// With integers each sign of the scale factor is another way: rounded, as it is, shifted left.
+std::vector<int32_t> ScaleFactors(std::string_view family) {
+  if (family == "IntegerArithmetic") return {15, 0, -8};
+  return {static_cast<int32_t>(ConstantFor("scaleFactor"))};
 }
 
 template <typename... Types>
@@ -53,20 +40,21 @@ class VectorRow {
  public:
   using Function = int32_t (*)(Types...);
 
-  VectorRow(std::string name, const std::string& parameters)
-      : name_(std::move(name)), names_(ParameterNames(parameters)) {}
+  VectorRow(std::string name, std::vector<std::string> names, int32_t scaleFactor)
+      : name_(std::move(name)), names_(std::move(names)), scaleFactor_(scaleFactor) {}
 
-  void RegisterContenders(Function ours, Function plain) const {
+  void RegisterContenders(const std::string& rowName, Function ours, Function plain) const {
     for (const int32_t length : kLengths) {
-      Register(name_, length, "ours", [row = *this, length, ours, plain](benchmark::State& state) {
+      const std::string caseName = rowName + "/" + std::to_string(length);
+      Register(caseName, "ours", [row = *this, length, ours, plain](benchmark::State& state) {
         if (!row.Agree(ours, plain)) return state.SkipWithError("Not the result of the plain loop");
         row.MeasureFunction(state, length, ours);
       });
-      Register(name_, length, "plain", [row = *this, length, plain](benchmark::State& state) {
+      Register(caseName, "plain", [row = *this, length, plain](benchmark::State& state) {
         row.MeasureFunction(state, length, plain);
       });
       if (const VolkCall volk = VolkCallFor(name_)) {
-        Register(name_, length, "volk", [row = *this, length, volk](benchmark::State& state) {
+        Register(caseName, "volk", [row = *this, length, volk](benchmark::State& state) {
           row.MeasureVolk(state, length, volk);
         });
       }
@@ -87,7 +75,7 @@ class VectorRow {
 
   template <std::size_t... kIndex>
   std::tuple<Types...> Arguments(int32_t length, std::index_sequence<kIndex...>) const {
-    return {Operands::Shared().Argument<Types>(names_[kIndex], length)...};
+    return {Operands::Shared().Argument<Types>(names_[kIndex], length, scaleFactor_)...};
   }
 
   /// What one element reads and writes. In a threshold in place all elements are read and, once
@@ -143,18 +131,27 @@ class VectorRow {
 
   std::string name_;
   std::vector<std::string> names_;
+  int32_t scaleFactor_;
 };
 
 template <bool kIsPlain, typename... Types>
-void RegisterRow(const char* name, const char* parameters, int32_t (*ours)(Types...),
-                 int32_t (*plain)(Types...)) {
-  VectorRow<Types...>(name, parameters).RegisterContenders(ours, plain);
+void RegisterRow(const char* family, const std::string& name, const char* parameters,
+                 int32_t (*ours)(Types...), int32_t (*plain)(Types...)) {
+  const std::vector<std::string> names = ParameterNames(parameters);
+  if (std::ranges::find(names, "scaleFactor") == names.end()) {
+    VectorRow<Types...>(name, names, 0).RegisterContenders(name, ours, plain);
+    return;
+  }
+  for (const int32_t scaleFactor : ScaleFactors(family)) {
+    const std::string rowName = name + "/scale:" + std::to_string(scaleFactor);
+    VectorRow<Types...>(name, names, scaleFactor).RegisterContenders(rowName, ours, plain);
+  }
 }
 
 /// An allocator is measured with the free that belongs to it.
 template <bool kIsPlain, typename Element>
-void RegisterRow(const char* name, const char* /*parameters*/, Element* (*ours)(int32_t),
-                 Element* (*plain)(int32_t)) {
+void RegisterRow(const char* /*family*/, const std::string& name, const char* /*parameters*/,
+                 Element* (*ours)(int32_t), Element* (*plain)(int32_t)) {
   const auto pairOf = [](Element* (*allocate)(int32_t), void (*free)(void*), int32_t length) {
     return [=](benchmark::State& state) {
       for ([[maybe_unused]] auto _ : state) {
@@ -165,19 +162,21 @@ void RegisterRow(const char* name, const char* /*parameters*/, Element* (*ours)(
     };
   };
   for (const int32_t length : kLengths) {
-    Register(name, length, "ours", pairOf(ours, &::ippsFree, length));
-    Register(name, length, "plain", pairOf(plain, &plain::ippsFree, length));
+    const std::string caseName = name + "/" + std::to_string(length);
+    Register(caseName, "ours", pairOf(ours, &::ippsFree, length));
+    Register(caseName, "plain", pairOf(plain, &plain::ippsFree, length));
   }
 }
 
 template <bool kIsPlain>
-void RegisterRow(const char* /*name*/, const char* /*parameters*/, void (* /*ours*/)(void*),
-                 void (* /*plain*/)(void*)) {}
+void RegisterRow(const char* /*family*/, const std::string& /*name*/, const char* /*parameters*/,
+                 void (* /*ours*/)(void*), void (* /*plain*/)(void*)) {}
 
 // Of the other families nothing is named where code is made.
-#define PRIMITIVE(family, result, name, parameters, summary)                                  \
-  []<bool kIsPlain>() {                                                                       \
-    if constexpr (kIsPlain) RegisterRow<kIsPlain>(#name, #parameters, &::name, &plain::name); \
+#define PRIMITIVE(family, result, name, parameters, summary)                     \
+  []<bool kIsPlain>() {                                                          \
+    if constexpr (kIsPlain)                                                      \
+      RegisterRow<kIsPlain>(#family, #name, #parameters, &::name, &plain::name); \
   }.template operator()<IsPlain(#family)>();
 
 [[maybe_unused]] const bool kAreRowsRegistered = [] {

@@ -18,10 +18,10 @@ std::vector<std::string> ParameterNames(const std::string& parameters) {
 double ConstantFor(const std::string& name) {
   // Reals in the vectors are from 64 to 128, of either sign.
   static const std::unordered_map<std::string, double> constants = {
-      {"c", -1},         {"cr", 0.6},       {"ci", 0.8},         {"value", 1},
-      {"re", 1},         {"im", -1},        {"level", 96},       {"levelLow", -96},
-      {"valueLow", -96}, {"levelHigh", 96}, {"valueHigh", 96},   {"low", -1},
-      {"high", 1},       {"hint", 0},       {"scaleFactor", -8}, {"roundMode", 1},
+      {"c", -1},         {"cr", 0.6},   {"ci", 0.8},       {"value", 1},      {"re", 1},
+      {"im", -1},        {"level", 96}, {"levelLow", -96}, {"valueLow", -96}, {"levelHigh", 96},
+      {"valueHigh", 96}, {"low", -1},   {"high", 1},       {"hint", 0},       {"scaleFactor", -8},
+      {"roundMode", 1},  {"shift", 3},
   };
   const auto constant = constants.find(name);
   if (constant == constants.end()) throw std::logic_error("No constant for " + name);
@@ -41,7 +41,7 @@ Operands::Operands() {
 }
 
 void* Operands::AddressOf(const std::string& name) {
-  if (name == "result" || name == "minimum" || name == "seed") return &results_[0];
+  if (name == "result" || name == "minimum" || name == "seed") return results_.data();
   if (name == "index" || name == "maximum") return &results_[1];
   const std::size_t place = name == "a" || name == "re" ? 0 : IsSource(name) ? 1 : 2;
   // Each on a cache line, and no two at the same place of a page: a store must not look like the

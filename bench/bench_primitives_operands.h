@@ -56,11 +56,12 @@ class Operands {
   }
 
   template <typename Parameter>
-  Parameter Argument(const std::string& name, int32_t length) {
+  Parameter Argument(const std::string& name, int32_t length, int32_t scaleFactor) {
     if constexpr (std::is_pointer_v<Parameter>) {
       return static_cast<Parameter>(AddressOf(name));
     } else if constexpr (std::is_same_v<Parameter, int32_t>) {
-      return name == "n" || name == "length" ? length : static_cast<int32_t>(ConstantFor(name));
+      if (name == "n" || name == "length") return length;
+      return name == "scaleFactor" ? scaleFactor : static_cast<int32_t>(ConstantFor(name));
     } else {
       return static_cast<Parameter>(ConstantFor(name));
     }

@@ -9,11 +9,12 @@
 
 namespace zr::primitives::px {
 
-/// Transforms n complex numbers in place, from bit-reversed order to natural order, without
-/// scaling; n is a power of two from 8 to 2^kDirectLimit. twiddles: n/4 + 1 rows w^k, w^2k, w^3k,
-/// with w = exp(-2 pi i / n), as MakeTwiddleTable makes them.
+/// Transforms each n of total complex numbers in place, from bit-reversed order to natural order,
+/// without scaling; n is a power of two from 8 to 2^kDirectLimit, and total a multiple of it.
+/// Several transforms go through each pass together, so that they share its roots. twiddles:
+/// n/4 + 1 rows w^k, w^2k, w^3k, with w = exp(-2 pi i / n), as MakeTwiddleTable makes them.
 template <Direction kDirection, typename Element>
-void FFTDirect(Element* z, int32_t n, const Element* twiddles);
+void FFTDirect(Element* z, int32_t total, int32_t n, const Element* twiddles);
 
 /// Multiplies elements; a complex number is two of them.
 template <typename Element>

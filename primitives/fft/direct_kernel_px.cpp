@@ -28,14 +28,6 @@ inline void UnturnedButterfly(Element* z0, Element* z1, Element* z2, Element* z3
                         LoadComplex(z3, 0));
 }
 
-template <Direction kDirection, typename Element>
-void FirstPass(Element* z, int32_t n) {
-  for (int32_t i = 0; i < n; i += 4) {
-    Element* const group = z + 2 * i;
-    UnturnedButterfly<kDirection>(group, group + 2, group + 4, group + 6);
-  }
-}
-
 template <typename Element>
 inline void RadixTwoButterfly(Element* z, int32_t k, WideComplex<Element> turned) {
   const auto unturned = LoadComplex(z, k);
@@ -45,10 +37,10 @@ inline void RadixTwoButterfly(Element* z, int32_t k, WideComplex<Element> turned
 
 // Over groups of eight; c is the cosine of an eighth of a turn.
 template <Direction kDirection, typename Element>
-void RadixTwoPass(Element* z, int32_t n, Wide<Element> c) {
+void RadixTwoPass(Element* z, int32_t total, Wide<Element> c) {
   const WideComplex<Element> eighth = {c, -c};
   const WideComplex<Element> threeEighths = {-c, -c};
-  for (int32_t i = 0; i < n; i += 8) {
+  for (int32_t i = 0; i < total; i += 8) {
     Element* const group = z + 2 * i;
     RadixTwoButterfly(group, 0, LoadComplex(group, 4));
     RadixTwoButterfly(group, 1, Turn<kDirection>(LoadComplex(group, 5), eighth));
@@ -58,10 +50,12 @@ void RadixTwoPass(Element* z, int32_t n, Wide<Element> c) {
 }
 
 // Over groups of four neighbouring blocks of q numbers. Number k of the blocks of all groups comes
-// before number k + 1, so that the roots stay in registers.
+// before number k + 1, so that the roots stay in registers. The first pass, q = 1, has no loop of
+// its own: with a distance known to it the compiler would take groups apart to work on several at
+// once, which costs more than it saves.
 template <Direction kDirection, typename Element>
-void RadixFourPass(Element* z, int32_t n, int32_t q, const Element* twiddles) {
-  for (int32_t i = 0; i < n; i += 4 * q) {
+void RadixFourPass(Element* z, int32_t total, int32_t n, int32_t q, const Element* twiddles) {
+  for (int32_t i = 0; i < total; i += 4 * q) {
     Element* const group = z + 2 * i;
     UnturnedButterfly<kDirection>(group, group + 2 * q, group + 4 * q, group + 6 * q);
   }
@@ -72,7 +66,7 @@ void RadixFourPass(Element* z, int32_t n, int32_t q, const Element* twiddles) {
     const auto w1 = LoadComplex(row, 0);
     const auto w2 = LoadComplex(row, 1);
     const auto w3 = LoadComplex(row, 2);
-    for (int32_t i = k; i < n; i += 4 * q) {
+    for (int32_t i = k; i < total; i += 4 * q) {
       Element* const z0 = z + 2 * i;
       Element* const z1 = z0 + far;
       Element* const z2 = z1 + far;
@@ -87,20 +81,21 @@ void RadixFourPass(Element* z, int32_t n, int32_t q, const Element* twiddles) {
 }  // namespace
 
 template <Direction kDirection, typename Element>
-void FFTDirect(Element* z, int32_t n, const Element* twiddles) {
-  FirstPass<kDirection>(z, n);
-  int32_t q = 4;
+void FFTDirect(Element* z, int32_t total, int32_t n, const Element* twiddles) {
   const bool isOrderOdd = (n & 0x2aaaaaaa) != 0;
-  if (isOrderOdd) {
-    RadixTwoPass<kDirection>(z, n, LoadComplex(twiddles, 3 * (n / 8)).re);
-    q = 8;
+  int32_t q = 1;
+  while (4 * q <= n) {
+    RadixFourPass<kDirection>(z, total, n, q, twiddles);
+    q *= 4;
+    if (q == 4 && isOrderOdd) {
+      RadixTwoPass<kDirection>(z, total, LoadComplex(twiddles, 3 * (n / 8)).re);
+      q = 8;
+    }
   }
-  for (; 4 * q <= n; q *= 4)
-    RadixFourPass<kDirection>(z, n, q, twiddles);
 }
 
-template void FFTDirect<Direction::kForward>(float*, int32_t, const float*);
-template void FFTDirect<Direction::kInverse>(float*, int32_t, const float*);
-template void FFTDirect<Direction::kForward>(double*, int32_t, const double*);
+template void FFTDirect<Direction::kForward>(float*, int32_t, int32_t, const float*);
+template void FFTDirect<Direction::kInverse>(float*, int32_t, int32_t, const float*);
+template void FFTDirect<Direction::kForward>(double*, int32_t, int32_t, const double*);
 
 }  // namespace zr::primitives::px

@@ -14,6 +14,12 @@ inline bool IsScaled(const FftSpecification<Element>& specification) {
                                             : specification.doInvScale) != 0;
 }
 
+/// Transforms each 2^order of total complex numbers in place, order from 3 to the direct limit,
+/// from bit-reversed order to natural order, scaled by specification if the direction is.
+template <Direction kDirection, typename Element>
+void FFTDirectRows(const FftSpecification<Element>& specification, Element* z, int32_t total,
+                   int32_t order);
+
 /// Transforms 2^order complex numbers in place, order >= 3, from bit-reversed order to natural
 /// order, scaled by specification if the direction is. level and work as in FFTSplitPath; orders
 /// that are not split use neither.

@@ -29,7 +29,8 @@ void FFTDecombine(const float* source, float* destination, int32_t h, const floa
     const auto e = a.re - b.re;
     const auto f = a.im + b.im;
     const WideComplex<float> sums = {a.re + b.re, a.im - b.im};
-    const WideComplex<float> turned = {row.im * e - row.re * f, row.re * e + row.im * f};
+    const auto turned =
+        Turn<Direction::kForward>(WideComplex<float>{e, f}, WideComplex<float>{row.im, row.re});
     StoreComplex(destination, k, sums + turned);
     StoreComplex(destination, h - k, {sums.re - turned.re, turned.im - sums.im});
   }

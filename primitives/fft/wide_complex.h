@@ -99,7 +99,7 @@ inline WideComplex<Element> Turn(WideComplex<Element> a, WideComplex<Element> w)
   if constexpr (kDirection == Direction::kForward) {
     return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
   }
-  return {a.re * w.re + a.im * w.im, a.im * w.re - a.re * w.im};
+  return Turn<Direction::kForward>(a, WideComplex<Element>{w.re, -w.im});
 }
 
 }  // namespace zr::primitives::px

@@ -13,7 +13,7 @@ extern "C" {
 /// overlap gives 0. Any lowLag is allowed; lags are formed in 64 bits.
 ///
 /// pSrc1: len1 samples; pSrc2: len2 samples; pDst: dstLen samples, which overlap neither source.
-/// Either the sums are formed directly in double precision, or all at once through a Fourier
+/// Either the sums are formed one by one, exactly, or all at once through a Fourier
 /// transform in single precision, where dstLen * min(len1, len2) / max(len1, len2), counting only
 /// lags with overlap and rounded to an integer, is above 383. The transform's rounding, about 1e-7
 /// of the root of the product of both signals' energies, may change the last bits of a result.

@@ -1,7 +1,9 @@
 // Resampler for a fixed ratio of rates, px build. For each phase between two input samples there is
 // a filter; where an output falls upon an input sample, its filter is centred there, begins one
 // sample earlier and has a tap more.
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <numeric>
 
@@ -9,9 +11,9 @@
 #include "primitives/dispatch/px_entries.h"
 #include "primitives/element_access.h"
 #include "primitives/exact_operations.h"
+#include "primitives/filters/resampling_windows.h"
 #include "primitives/filters/sample_rounding.h"
 #include "primitives/filters/sinc_prototype.h"
-#include "primitives/filters/sliding_dot_products.h"
 #include "primitives/filters/state_block.h"
 
 /// The arrays stand behind the record in one block.
@@ -92,31 +94,61 @@ void DistributeTaps(const Resampler16s& state, const double* table, Tap* taps, T
   }
 }
 
-double SumOfProducts(const int16_t* taps, int32_t count, const int16_t* samples) {
-  int64_t sum = 0;
-  for (int32_t j = 0; j < count; ++j) {
-    sum += int32_t{taps[j]} * Load(samples, j);
+/// The windows of the outputs, one after the other.
+template <typename Tap>
+class WindowSequence {
+ public:
+  /// The first output is in the phase that is told, its filter begins at samples.
+  WindowSequence(const Resampler16s& state, const Tap* taps, const int16_t* samples, int32_t phase)
+      : state_(state),
+        taps_(taps),
+        samples_(samples),
+        phase_(phase),
+        advance_(state.inRate % state.outRate) {}
+
+  Window<Tap> Next() {
+    const Window<Tap> window = {.taps = taps_ + phase_ * state_.filterStride,
+                                .samples = samples_,
+                                .isOfPhase0 = phase_ == 0};
+    samples_ += state_.steps[phase_];
+    phase_ += advance_ - state_.outRate;
+    if (phase_ < 0) phase_ += state_.outRate;
+    return window;
   }
-  return RoundToDouble(static_cast<double>(sum));
-}
-double SumOfProducts(const float* taps, int32_t count, const int16_t* samples) {
-  return SumWindows<1>(taps, count, samples)[0];
+
+ private:
+  const Resampler16s& state_;
+  const Tap* taps_;
+  const int16_t* samples_;
+  int32_t phase_;
+  int32_t advance_;
+};
+
+template <std::size_t kCount, typename Tap>
+void PutNext(WindowSequence<Tap>* sequence, int32_t length, double gain, int16_t* d) {
+  std::array<Window<Tap>, kCount> windows;
+  for (Window<Tap>& window : windows) {
+    window = sequence->Next();
+  }
+  const WideSums<kCount> sums = SumsOfProducts(windows, length);
+  for (std::size_t k = 0; k < kCount; ++k) {
+    Store(d, static_cast<int32_t>(k), RoundToSample(sums[k] * gain));
+  }
 }
 
 /// outputs samples, the first of them in the phase that is told, from where its filter begins.
 template <typename Tap>
 void Run(const Resampler16s& state, const Tap* taps, const int16_t* samples, int32_t phase,
          double gain, int16_t* d, int32_t outputs) {
-  const int32_t outRate = state.outRate;
-  const int32_t advance = state.inRate % outRate;
+  constexpr int32_t kAtOnce = 4;
   const int32_t length = 2 * state.halfLength;
-  for (int32_t n = 0; n < outputs; ++n) {
-    const Tap* const filter = taps + phase * state.filterStride;
-    const double sum = SumOfProducts(filter, phase == 0 ? length + 1 : length, samples);
-    Store(d, n, RoundToSample(sum * gain));
-    samples += state.steps[phase];
-    phase += advance - outRate;
-    if (phase < 0) phase += outRate;
+  WindowSequence<Tap> sequence(state, taps, samples, phase);
+  int32_t n = 0;
+  for (; n <= outputs - kAtOnce; n += kAtOnce) {
+    PutNext<kAtOnce>(&sequence, length, gain, d + n);
+  }
+  for (; n < outputs; ++n) {
+    PutNext<1>(&sequence, length, gain, d + n);
   }
 }
 
