@@ -8,11 +8,6 @@
 #include "popfilter/pops.h"
 
 namespace zr::test {
-namespace {
-
-constexpr std::size_t kDelay = 8;
-
-}  // namespace
 
 std::vector<int16_t> ClickySound(std::size_t frames, std::size_t channels) {
   std::mt19937 random(7);
@@ -30,6 +25,7 @@ std::vector<int16_t> ClickySound(std::size_t frames, std::size_t channels) {
 
 std::vector<int16_t> Filtered(const std::vector<int16_t>& samples, std::size_t channels,
                               bool aligned) {
+  constexpr std::size_t kDelay = 8;
   std::vector<int16_t> filtered(samples.size());
   const std::size_t frames = samples.size() / channels;
   for (std::size_t channel = 0; channel < channels; ++channel) {
@@ -49,12 +45,7 @@ std::vector<int16_t> Filtered(const std::vector<int16_t>& samples, std::size_t c
 }
 
 std::string LittleEndianBytes(const std::vector<int16_t>& samples) {
-  std::string bytes;
-  for (const int16_t sample : samples) {
-    bytes += static_cast<char>(sample & 0xFF);
-    bytes += static_cast<char>(sample >> 8 & 0xFF);
-  }
-  return bytes;
+  return {reinterpret_cast<const char*>(samples.data()), samples.size() * sizeof(int16_t)};
 }
 
 SoundFileContent ReadSoundFile(const std::string& path) {

@@ -36,8 +36,8 @@ TEST(DemoClicks, LieApartKeepTheirSizeAndSurviveTheirList) {
     const int32_t size = kClickSizes[SizeIndex(click)];
     for (std::size_t i = 0; i < click.amplitudes.size(); ++i) {
       EXPECT_TRUE(click.amplitudes[i] == 0 || std::abs(click.amplitudes[i]) >= size);
-      rebuilt[click.first + i] =
-          static_cast<int16_t>(rebuilt[click.first + i] + click.amplitudes[i]);
+      int16_t& sample = rebuilt[click.first + i];
+      sample = static_cast<int16_t>(sample + click.amplitudes[i]);
     }
   }
   EXPECT_EQ(rebuilt, clicked);

@@ -1,6 +1,5 @@
 // Any bytes as an audio file, through the reader and the filter into nothing. The first byte picks
 // a small sound file; the rest overwrites it in places, so that most inputs get past the header.
-#include <sndfile.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 #include "apps/popclean/failure.h"
 #include "apps/popclean/owned_descriptor.h"
 #include "apps/popclean/sound_file_reader.h"
+#include "tests/apps/audio_samples.h"
 
 namespace {
 
@@ -44,18 +44,7 @@ std::string NameOf(const OwnedDescriptor& file) {
 
 Bytes SmallSoundFile(int format) {
   const OwnedDescriptor file(memfd_create("sound", MFD_CLOEXEC));
-  SF_INFO info = {};
-  info.format = format;
-  info.samplerate = 8000;
-  info.channels = 2;
-  SNDFILE* sound = sf_open_fd(file.Get(), SFM_WRITE, &info, SF_FALSE);
-  if (sound == nullptr) abort();
-  std::array<int16_t, 400> samples = {};
-  for (std::size_t i = 0; i < samples.size(); ++i) {
-    samples[i] = static_cast<int16_t>(i * 7919 % 4001);
-  }
-  sf_write_short(sound, samples.data(), samples.size());
-  sf_close(sound);
+  zr::test::WriteSoundFile(NameOf(file), format, 8000, 2, zr::test::ClickySound(200, 2));
   Bytes bytes(static_cast<std::size_t>(lseek(file.Get(), 0, SEEK_END)));
   if (pread(file.Get(), bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
     abort();

@@ -13,8 +13,6 @@
 #include <thread>
 
 namespace zr::test {
-namespace fs = std::filesystem;
-
 namespace {
 
 constexpr std::chrono::seconds kPatience(20);
@@ -68,24 +66,6 @@ Outcome Ended(int status, const rusage& usage) {
 }
 
 }  // namespace
-
-TempFolder::TempFolder() {
-  std::string name = (fs::temp_directory_path() / "popclean-test-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) abort();
-  path_ = name;
-}
-
-TempFolder::~TempFolder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
-
-std::set<std::string> TempFolder::Names() const {
-  std::set<std::string> names;
-  for (const auto& entry : fs::directory_iterator(path_))
-    names.insert(entry.path().filename());
-  return names;
-}
 
 Outcome RunPopclean(const TempFolder& folder, const std::vector<std::string>& arguments,
                     const RunOptions& options) {

@@ -6,28 +6,12 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "tests/common/temp_folder.h"
+
 namespace zr::test {
-
-/// A folder that vanishes with its contents.
-class TempFolder {
- public:
-  TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  ~TempFolder();
-
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-  const std::filesystem::path& Path() const { return path_; }
-  std::set<std::string> Names() const;
-
- private:
-  std::filesystem::path path_;
-};
 
 struct Outcome {
   int exitCode = 0;  ///< Negative: the number of the signal that ended the program.

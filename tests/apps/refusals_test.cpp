@@ -22,9 +22,16 @@ void PutNumber(const std::string& path, int place, uint64_t value, int bytes) {
     file.put(static_cast<char>(value >> shift));
 }
 
-void Truncate(const std::string& path) {
-  fs::resize_file(path, fs::file_size(path) / 2 + 1);
-}
+constexpr std::pair<const char*, int> kCutFiles[] = {
+    {"cut.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16},
+    {"cut.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24},
+    {"cut.au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
+    {"cut.w64", SF_FORMAT_W64 | SF_FORMAT_FLOAT},
+    {"cut.rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_16},
+    {"cut.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
+    {"cut.caf", SF_FORMAT_CAF | SF_FORMAT_PCM_16},
+    {"cut.voc", SF_FORMAT_VOC | SF_FORMAT_PCM_16},
+    {"cut.mat", SF_FORMAT_MAT5 | SF_FORMAT_PCM_16}};
 
 class RefusalsTest : public testing::Test {
  protected:
@@ -33,20 +40,13 @@ class RefusalsTest : public testing::Test {
     WriteSoundFile(folder_ / "in.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 44100, 1, sound);
     WriteSoundFile(folder_ / "none.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 8000, 1,
                    std::vector<int16_t>());
-    const std::pair<const char*, int> cut[] = {{"cut.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16},
-                                               {"cut.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24},
-                                               {"cut.au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
-                                               {"cut.w64", SF_FORMAT_W64 | SF_FORMAT_FLOAT},
-                                               {"cut.rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_16},
-                                               {"cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
-                                               {"cut.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
-                                               {"cut.caf", SF_FORMAT_CAF | SF_FORMAT_PCM_16},
-                                               {"cut.voc", SF_FORMAT_VOC | SF_FORMAT_PCM_16},
-                                               {"cut.mat", SF_FORMAT_MAT5 | SF_FORMAT_PCM_16}};
-    for (const auto& [name, format] : cut) {
+    const auto cut = [&](const char* name, int format) {
       WriteSoundFile(folder_ / name, format, 44100, 1, sound);
-      Truncate(folder_ / name);
-    }
+      fs::resize_file(folder_ / name, fs::file_size(folder_ / name) / 2 + 1);
+    };
+    for (const auto& [name, format] : kCutFiles)
+      cut(name, format);
+    cut("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
     MakeLongFile();
     std::ofstream(folder_ / "text.wav") << "Dear diary, today it rained again.";
     std::ofstream(folder_ / "zero.wav").flush();
@@ -79,23 +79,13 @@ struct RefusalRow {
 };
 
 TEST_F(RefusalsTest, EachIsOneSentenceThatLeavesNothing) {
-  const std::string half = "is truncated";
-  const RefusalRow rows[] = {
+  std::vector<RefusalRow> rows = {
       {{"missing.wav", "out.wav"}, 1, "'missing.wav': No such file"},
       {{"folder.wav", "out.wav"}, 1, "is a folder"},
       {{"fifo.wav", "out.wav"}, 1, "not a regular file"},
       {{"text.wav", "out.wav"}, 1, "not an audio file"},
       {{"zero.wav", "out.wav"}, 1, "'zero.wav' is empty"},
       {{"none.wav", "out.wav"}, 1, "holds no samples"},
-      {{"cut.wav", "out.wav"}, 1, half},
-      {{"cut.aiff", "out.wav"}, 1, half},
-      {{"cut.au", "out.wav"}, 1, half},
-      {{"cut.w64", "out.wav"}, 1, half},
-      {{"cut.rf64", "out.wav"}, 1, half},
-      {{"cut.ogg", "out.wav"}, 1, half},
-      {{"cut.caf", "out.wav"}, 1, half},
-      {{"cut.voc", "out.wav"}, 1, half},
-      {{"cut.mat", "out.wav"}, 1, half},
       {{"--repairs", "r.csv", "--plot", "p.png", "cut.flac", "out.flac"}, 1, "'cut.flac' is"},
       {{"in.wav", "out"}, 2, ".flac"},
       {{"in.wav", "out.xyz"}, 2, ".flac"},
@@ -120,6 +110,8 @@ TEST_F(RefusalsTest, EachIsOneSentenceThatLeavesNothing) {
       {{"--rate", "8000", "-", "out.wav"}, 1, "truncated", {.input = "abc"}},
       {{"--rate", "8000", "-", "in.wav"}, 1, "another file", {.inputFile = folder_ / "in.wav"}},
   };
+  for (const auto& [name, format] : kCutFiles)
+    rows.push_back({{name, "out.wav"}, 1, "is truncated"});
   const std::set<std::string> before = folder_.Names();
   for (const RefusalRow& row : rows) {
     const Outcome outcome = RunPopclean(folder_, row.arguments, row.options);

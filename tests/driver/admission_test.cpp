@@ -1,58 +1,43 @@
 // Which devices the filter joins, and that a device which it cannot join is left as it was.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
 #include "driver/admission.h"
 #include "driver/driver_entry.h"
-#include "platform/host/control/io_control.h"
 #include "platform/host/control/pool_control.h"
 #include "platform/host/control/registry_control.h"
-#include "support/tracked_allocator.h"
+#include "tests/platform/device_stack.h"
 
-using zr::host::LoadedDriver;
+using namespace zr::host;
+using namespace zr::test;
 
 namespace {
-
-NTSTATUS NTAPI CompleteAll(PDEVICE_OBJECT /*device*/, PIRP irp) {
-  if (IoGetCurrentIrpStackLocation(irp)->MajorFunction == IRP_MJ_POWER) PoStartNextPowerIrp(irp);
-  irp->IoStatus.Status = STATUS_NOT_SUPPORTED;
-  IoCompleteRequest(irp, IO_NO_INCREMENT);
-  return STATUS_NOT_SUPPORTED;
-}
-NTSTATUS NTAPI EnterBus(PDRIVER_OBJECT driver, PUNICODE_STRING /*registryPath*/) {
-  for (PDRIVER_DISPATCH& function : driver->MajorFunction)
-    function = &CompleteAll;
-  return STATUS_SUCCESS;
-}
 
 // A driver that is loaded, and a device that it is offered.
 class Admission : public testing::Test {
  protected:
-  Admission() : bus_(&EnterBus), driver_(&DriverEntry) {
-    IoCreateDevice(bus_.Object(), 0, nullptr, 0x1234, 0x100, FALSE, &pdo_);
+  Admission() {
+    pdo_->DeviceType = 0x1234;
+    pdo_->Characteristics = 0x100;
     pdo_->Flags |= DO_DIRECT_IO | DO_POWER_PAGABLE | 0x00000002;
-    pdo_->Flags &= ~DO_DEVICE_INITIALIZING;
-    SetIds({u"USB\\VID_1209&PID_0001&REV_0100"});
+    MakeUsbDevice(pdo_);
   }
   ~Admission() override {
-    if (IsHooked()) zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
-    IoDeleteDevice(pdo_);
+    if (IsHooked()) Remove();
     driver_.Unload();
-    EXPECT_EQ(zr::host::PoolLeakReport(), "");
+    EXPECT_EQ(PoolLeakReport(), "");
   }
 
-  void SetIds(std::vector<std::u16string> ids) {
-    zr::host::SetDeviceProperties(
-        pdo_, {.name = u"USB\\Test", .hardwareIds = std::move(ids), .description = u""});
-  }
   bool IsHooked() const { return pdo_->AttachedDevice != nullptr; }
   NTSTATUS Offer() { return driver_.AddDevice(pdo_); }
+  void Remove() { SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE); }
 
-  LoadedDriver bus_;
-  LoadedDriver driver_;
-  PDEVICE_OBJECT pdo_ = nullptr;
+  Layer bus_{[](PDEVICE_OBJECT /*device*/, PIRP irp) {
+    if (IoGetCurrentIrpStackLocation(irp)->MajorFunction == IRP_MJ_POWER) PoStartNextPowerIrp(irp);
+    return Complete(irp, STATUS_NOT_SUPPORTED);
+  }};
+  PDEVICE_OBJECT const pdo_ = bus_.Device();
+  LoadedDriver driver_{&DriverEntry};
 };
 
 TEST_F(Admission, TheHardwareIdDecides) {
@@ -71,15 +56,15 @@ TEST_F(Admission, TheHardwareIdDecides) {
       {{u"USB\\REV_0100", u"USB\\REV_8"}, true},
   };
   for (const auto& row : rows) {
-    SetIds(row.ids);
+    SetDeviceProperties(pdo_, {.name = u"USB\\Test", .hardwareIds = row.ids, .description = u""});
     EXPECT_EQ(Offer(), STATUS_SUCCESS);
     EXPECT_EQ(IsHooked(), row.isHooked) << std::string(row.ids[0].begin(), row.ids[0].end());
-    if (IsHooked()) zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
+    if (IsHooked()) Remove();
   }
 }
 
 TEST_F(Admission, TheRegistryKeepsItOff) {
-  const std::u16string key = zr::host::SoftwareKeyPath(pdo_);
+  const std::u16string key = SoftwareKeyPath(pdo_);
   const struct {
     const char* name;
     ULONG type;
@@ -91,24 +76,24 @@ TEST_F(Admission, TheRegistryKeepsItOff) {
               {"other type", REG_BINARY, {"\1\0\0\0", 4}, true},
               {"other length", REG_DWORD, {"\1\0", 2}, true}};
   for (const auto& row : rows) {
-    zr::host::SetRegistryValue(key, u"ZRPopFltNoLoad", row.type, row.data);
+    SetRegistryValue(key, u"ZRPopFltNoLoad", row.type, row.data);
     EXPECT_EQ(Offer(), STATUS_SUCCESS);
     EXPECT_EQ(IsHooked(), row.isHooked) << row.name;
-    EXPECT_EQ(zr::host::OpenKeyCount(), 0U);
-    if (IsHooked()) zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
+    EXPECT_EQ(OpenKeyCount(), 0U);
+    if (IsHooked()) Remove();
   }
-  zr::host::ClearRegistry();
+  ClearRegistry();
 }
 
 TEST_F(Admission, ALengthThatGrowsIsAskedForFourTimes) {
-  zr::host::GrowHardwareIds(pdo_, 8, 3);
+  GrowHardwareIds(pdo_, 8, 3);
   Offer();
   EXPECT_TRUE(IsHooked());
-  zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
-  zr::host::GrowHardwareIds(pdo_, 8, 5);
+  Remove();
+  GrowHardwareIds(pdo_, 8, 5);
   Offer();
   EXPECT_FALSE(IsHooked());
-  zr::host::GrowHardwareIds(pdo_, 0, 0);
+  GrowHardwareIds(pdo_, 0, 0);
 }
 
 TEST_F(Admission, TheDeviceIsLikeTheOneBelow) {
@@ -121,48 +106,45 @@ TEST_F(Admission, TheDeviceIsLikeTheOneBelow) {
     EXPECT_EQ(fdo.Characteristics, 0x100U);
     EXPECT_EQ(fdo.Flags & 0x6016, inherited);
     EXPECT_EQ(fdo.Flags & DO_DEVICE_INITIALIZING, 0U);
-    zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
+    Remove();
   }
 }
 
 TEST_F(Admission, WhatFailsLeavesNothingBehind) {
-  const std::size_t devices = zr::host::DeviceCount();
-  zr::host::FailDeviceCreations(1);
-  EXPECT_LT(Offer(), 0);
-  zr::host::FailDeviceAttachments(1);
+  const std::size_t devices = DeviceCount();
+  FailDeviceCreations(1);
+  EXPECT_EQ(Offer(), STATUS_INSUFFICIENT_RESOURCES);
+  FailDeviceAttachments(1);
   EXPECT_EQ(Offer(), STATUS_UNSUCCESSFUL);
-  EXPECT_EQ(zr::host::DeviceCount(), devices);
+  EXPECT_EQ(DeviceCount(), devices);
   EXPECT_FALSE(IsHooked());
   // Each allocation in turn. Without the filter's core or the service's records a device still
   // joins.
   bool hasFailed = true;
   int joined = 0;
   for (std::size_t n = 1; hasFailed; ++n) {
-    const zr::host::FailNthAllocation failure(n);
+    const FailNthAllocation failure(n);
     const NTSTATUS status = Offer();
     hasFailed = failure.HasFailed();
-    EXPECT_TRUE(status == STATUS_SUCCESS || status == STATUS_NO_MEMORY);
-    EXPECT_EQ(IsHooked(), zr::host::DeviceCount() > devices);
-    EXPECT_TRUE(status == STATUS_SUCCESS || !IsHooked());
+    EXPECT_TRUE(status == STATUS_SUCCESS || (status == STATUS_NO_MEMORY && !IsHooked()));
+    EXPECT_EQ(IsHooked(), DeviceCount() > devices);
     if (!IsHooked()) continue;
     ++joined;
-    zr::host::SendPnpRequest(pdo_, IRP_MN_REMOVE_DEVICE);
+    Remove();
   }
   EXPECT_GE(joined, 1);
-  EXPECT_EQ(zr::host::DeviceCount(), devices);
+  EXPECT_EQ(DeviceCount(), devices);
 }
 
 TEST_F(Admission, EveryMajorFunctionPassesAndWithoutAnObjectFails) {
   Offer();
   for (UCHAR major = 0; major <= IRP_MJ_MAXIMUM_FUNCTION; ++major) {
     if (major == IRP_MJ_PNP || major == IRP_MJ_POWER) continue;
-    EXPECT_EQ(zr::host::SendRequest(pdo_, major), STATUS_NOT_SUPPORTED) << int{major};
+    EXPECT_EQ(SendRequest(pdo_, major), STATUS_NOT_SUPPORTED) << int{major};
   }
-  EXPECT_EQ(zr::host::SendPowerRequest(pdo_, IRP_MN_QUERY_POWER), STATUS_NOT_SUPPORTED);
-  PDEVICE_OBJECT bare = nullptr;
-  IoCreateDevice(driver_.Object(), sizeof(PVOID), nullptr, FILE_DEVICE_UNKNOWN, 0, FALSE, &bare);
-  bare->Flags &= ~DO_DEVICE_INITIALIZING;
-  EXPECT_EQ(zr::host::SendRequest(bare, IRP_MJ_CREATE), STATUS_UNSUCCESSFUL);
+  EXPECT_EQ(SendPowerRequest(pdo_, IRP_MN_QUERY_POWER), STATUS_NOT_SUPPORTED);
+  PDEVICE_OBJECT const bare = MakeDevice(driver_, sizeof(PVOID));
+  EXPECT_EQ(SendRequest(bare, IRP_MJ_CREATE), STATUS_UNSUCCESSFUL);
   IoDeleteDevice(bare);
 }
 

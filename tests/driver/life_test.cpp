@@ -13,7 +13,7 @@
 #include "platform/host/microphone/usb_microphone.h"
 #include "popfilter/pops.h"
 #include "support/perf_hooks.h"
-#include "tests/driver/stack_top.h"
+#include "tests/platform/device_stack.h"
 #include "tests/support/support_fixture.h"
 
 using zr::host::LoadedDriver;
@@ -81,9 +81,6 @@ void Live(int deviceCount, std::size_t audioBytes) {
   EXPECT_EQ(zr::host::PoolLeakReport(), "");
 }
 
-TEST(Life, OfOneDevice) {
-  Live(1, 96000);
-}
 TEST(Life, OfSixteenDevices) {
   Live(16, 9600);
 }

@@ -19,7 +19,6 @@
 #include "platform/host/control/execution_control.h"
 #include "platform/host/control/pool_control.h"
 #include "platform/host/microphone/streaming_client.h"
-#include "tests/driver/stack_top.h"
 #include "tests/platform/device_stack.h"
 
 using namespace zr::test;
@@ -68,8 +67,7 @@ class Bus {
  public:
   Bus() {
     layer_.dispatch = [this](PDEVICE_OBJECT /*device*/, PIRP irp) { return Answer(irp); };
-    zr::host::SetDeviceProperties(
-        Device(), {.name = u"USB\\Test", .hardwareIds = {u"USB\\VID_1209"}, .description = u""});
+    MakeUsbDevice(Device());
   }
   PDEVICE_OBJECT Device() const { return layer_.Device(); }
 

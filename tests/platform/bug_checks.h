@@ -14,6 +14,8 @@
 
 namespace zr::test {
 
+inline constexpr host::BugCheck kViolation = host::BugCheck::kDriverVerifierDetectedViolation;
+
 struct Misuse {
   const char* name;
   host::BugCheck code;

@@ -39,7 +39,7 @@ class CompletionTest : public testing::TestWithParam<CompletionCase> {
     KEVENT isKept;
   };
 
-  CompletionTest() : third_(&bottom_), second_(&third_), first_(&second_) {}
+  CompletionTest() : third_(bottom_.Device()), second_(third_.Device()), first_(second_.Device()) {}
   ~CompletionTest() override {
     for (std::thread& thread : threads_)
       thread.join();
@@ -52,19 +52,15 @@ class CompletionTest : public testing::TestWithParam<CompletionCase> {
     if (isPending) trace_ += 'p';
   }
 
-  void RunOnThread(std::function<void()> work) {
-    const std::lock_guard guard(traceLock_);
-    threads_.emplace_back(std::move(work));
-  }
-
   static NTSTATUS NTAPI OnComplete(PDEVICE_OBJECT device, PIRP irp, PVOID context) {
     auto* const routine = static_cast<Routine*>(context);
     CompletionTest& test = *routine->test;
-    const Layer& layer = *test.Upper()[routine->index];
-    EXPECT_EQ(layer.Device(), device);
-    EXPECT_EQ(layer.Device(), IoGetCurrentIrpStackLocation(irp)->DeviceObject);
-    test.Trace(static_cast<char>('0' + routine->index), irp->PendingReturned != FALSE);
-    if (routine->kind == 'w' || routine->kind == 'h') {
+    const bool isOriginator = routine->kind == 'o';
+    EXPECT_EQ(isOriginator ? nullptr : test.Upper()[routine->index]->Device(), device);
+    EXPECT_TRUE(isOriginator || IoGetCurrentIrpStackLocation(irp)->DeviceObject == device);
+    test.Trace(isOriginator ? 'o' : static_cast<char>('0' + routine->index),
+               irp->PendingReturned != FALSE);
+    if (isOriginator || routine->kind == 'w' || routine->kind == 'h') {
       KeSetEvent(&routine->isKept, IO_NO_INCREMENT, FALSE);
       return STATUS_MORE_PROCESSING_REQUIRED;
     }
@@ -87,7 +83,7 @@ class CompletionTest : public testing::TestWithParam<CompletionCase> {
                            isForAll || kind == '-', isForAll || kind == 'x');
     if (kind == 'h') {
       IoMarkIrpPending(irp);
-      RunOnThread([&routine, irp] {
+      threads_.emplace_back([&routine, irp] {
         WaitForEver(&routine.isKept);
         IoCompleteRequest(irp, IO_NO_INCREMENT);
       });
@@ -104,16 +100,8 @@ class CompletionTest : public testing::TestWithParam<CompletionCase> {
     const NTSTATUS status = GetParam().status;
     if (!GetParam().isLater) return Complete(irp, status);
     IoMarkIrpPending(irp);
-    RunOnThread([irp, status] { Complete(irp, status); });
+    threads_.emplace_back([irp, status] { Complete(irp, status); });
     return STATUS_PENDING;
-  }
-
-  static NTSTATUS NTAPI OnBackAtOriginator(PDEVICE_OBJECT device, PIRP irp, PVOID context) {
-    auto* const routine = static_cast<Routine*>(context);
-    EXPECT_EQ(nullptr, device);
-    routine->test->Trace('o', irp->PendingReturned != FALSE);
-    KeSetEvent(&routine->isKept, IO_NO_INCREMENT, FALSE);
-    return STATUS_MORE_PROCESSING_REQUIRED;
   }
 
   std::array<Layer*, 3> Upper() { return {&first_, &second_, &third_}; }
@@ -145,7 +133,7 @@ TEST_P(CompletionTest, WalksUpward) {
 
   PIRP irp = MakeOwnIrp(first_.Device());
   irp->Cancel = GetParam().isCancelled ? TRUE : FALSE;
-  IoSetCompletionRoutine(irp, OnBackAtOriginator, &routines[3], TRUE, TRUE, TRUE);
+  IoSetCompletionRoutine(irp, OnComplete, &routines[3], TRUE, TRUE, TRUE);
   const NTSTATUS returned = IoCallDriver(first_.Device(), irp);
   WaitForEver(&routines[3].isKept);
 

@@ -35,13 +35,13 @@ inline PDEVICE_OBJECT MakeDevice(const host::LoadedDriver& driver, ULONG extensi
   return device;
 }
 
-/// A driver with one device, on top of another layer or at the bottom.
+/// A driver with one device, on top of another or at the bottom.
 class Layer {
  public:
-  explicit Layer(Layer* below = nullptr)
+  explicit Layer(PDEVICE_OBJECT below = nullptr)
       : driver_(EnterDriver), device_(MakeDevice(driver_, sizeof(Dispatch*))) {
     *static_cast<Dispatch**>(device_->DeviceExtension) = &dispatch;
-    if (below != nullptr) lower_ = IoAttachDeviceToDeviceStack(device_, below->device_);
+    if (below != nullptr) lower_ = IoAttachDeviceToDeviceStack(device_, below);
   }
   explicit Layer(Dispatch itsDispatch) : Layer() { dispatch = std::move(itsDispatch); }
   ~Layer() {
@@ -61,6 +61,19 @@ class Layer {
   PDEVICE_OBJECT device_ = nullptr;
   PDEVICE_OBJECT lower_ = nullptr;
 };
+
+/// The device on top of a stack, for tests that need no reference to it.
+inline PDEVICE_OBJECT TopOf(PDEVICE_OBJECT device) {
+  PDEVICE_OBJECT const top = IoGetAttachedDeviceReference(device);
+  ObDereferenceObject(top);
+  return top;
+}
+
+/// Makes a device one of the USB, which the driver joins.
+inline void MakeUsbDevice(PDEVICE_OBJECT device) {
+  host::SetDeviceProperties(
+      device, {.name = u"USB\\Test", .hardwareIds = {u"USB\\VID_1209"}, .description = u""});
+}
 
 inline NTSTATUS Complete(PIRP irp, NTSTATUS status) {
   irp->IoStatus.Status = status;

@@ -95,7 +95,7 @@ TEST_F(FloatingPoint, MisusesStopTheSystem) {
     restore();
   };
   const auto restoreAfterFailure = [&] {
-    KeSaveFloatingPointState(&outer_);
+    save();
     const FailFloatingPointSave failing;
     EXPECT_FALSE(NT_SUCCESS(KeSaveFloatingPointState(&outer_)));
     EXPECT_EQ(FloatingPointDepth(), 1u);
@@ -115,14 +115,14 @@ TEST_F(FloatingPoint, MisusesStopTheSystem) {
     KfRaiseIrql(DISPATCH_LEVEL);
     restore();
   };
+  constexpr BugCheck kInvalid = kInvalidFloatingPointState;
   ExpectBugChecks({
-      {"never saved", kInvalidFloatingPointState, "nothing is saved", restore},
-      {"twice", kInvalidFloatingPointState, "restored already", restoreTwice},
-      {"a failed save in a place used before", kInvalidFloatingPointState, "nothing is saved",
-       restoreAfterFailure},
-      {"in the order of saving", kInvalidFloatingPointState, "brackets nest", restoreInOrder},
-      {"another thread's", kInvalidFloatingPointState, "another thread", restoreForAnother},
-      {"at another IRQL", kInvalidFloatingPointState, "another IRQL", restoreAbove},
+      {"never saved", kInvalid, "nothing is saved", restore},
+      {"twice", kInvalid, "restored already", restoreTwice},
+      {"a failed save over another", kInvalid, "nothing is saved", restoreAfterFailure},
+      {"in the order of saving", kInvalid, "brackets nest", restoreInOrder},
+      {"another thread's", kInvalid, "another thread", restoreForAnother},
+      {"at another IRQL", kInvalid, "another IRQL", restoreAbove},
       {"above dispatch level", kIrqlNotLessOrEqual, "KeSaveFloatingPointState", save, HIGH_LEVEL},
   });
 }

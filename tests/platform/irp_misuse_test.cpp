@@ -18,6 +18,12 @@ NTSTATUS PassTo(const Dispatch& lowerDispatch, PDEVICE_OBJECT lower, PIRP irp) {
   return CopyAndCall(lower, irp);
 }
 
+template <KIRQL irql>
+NTSTATUS CompleteAt(PDEVICE_OBJECT, PIRP irp) {
+  KfRaiseIrql(irql);
+  return Complete(irp, STATUS_SUCCESS);
+}
+
 struct IrpMisuse {
   const char* name;
   BugCheck code;
@@ -26,8 +32,6 @@ struct IrpMisuse {
   NTSTATUS (*dispatch)(PDEVICE_OBJECT lower, PIRP irp);
   UCHAR major = IRP_MJ_INTERNAL_DEVICE_CONTROL;
 };
-
-constexpr BugCheck kViolation = kDriverVerifierDetectedViolation;
 
 const IrpMisuse kMisuses[] = {
     {"completed twice", kMultipleIrpCompleteRequests, "complete already",
@@ -77,15 +81,9 @@ const IrpMisuse kMisuses[] = {
        return Complete(irp, STATUS_SUCCESS);
      }},
     {"returned at another IRQL", kViolation, "called at IRQL 0 and returned at 2",
-     [](PDEVICE_OBJECT, PIRP irp) {
-       KfRaiseIrql(DISPATCH_LEVEL);
-       return Complete(irp, STATUS_SUCCESS);
-     }},
+     CompleteAt<DISPATCH_LEVEL>},
     {"completed above dispatch level", kIrqlNotLessOrEqual, "IofCompleteRequest may run at IRQL 2",
-     [](PDEVICE_OBJECT, PIRP irp) {
-       KfRaiseIrql(HIGH_LEVEL);
-       return Complete(irp, STATUS_SUCCESS);
-     }},
+     CompleteAt<HIGH_LEVEL>},
     {"plug and play passed down at dispatch level", kIrqlNotLessOrEqual, "IRP_MJ_PNP",
      [](PDEVICE_OBJECT lower, PIRP irp) {
        KfRaiseIrql(DISPATCH_LEVEL);
@@ -115,7 +113,7 @@ const IrpMisuse kMisuses[] = {
 TEST(IrpMisuse, ByADispatchRoutineIsABugCheck) {
   for (const IrpMisuse& misuse : kMisuses) {
     Layer bottom;
-    Layer top(&bottom);
+    Layer top(bottom.Device());
     const auto call = misuse.major == IRP_MJ_POWER ? PoCallDriver : IoCallDriver;
     bottom.dispatch = [&](PDEVICE_OBJECT, PIRP irp) {
       if (misuse.major == IRP_MJ_POWER) PoStartNextPowerIrp(irp);
@@ -165,6 +163,7 @@ TEST(IrpMisuse, FreedIrpIsNotTouchedAgain) {
 }
 
 TEST(IrpMisuse, OwnershipOfTheMaker) {
+  const std::size_t before = IrpCount();
   Layer layer(Succeed);
   PnpRequest request(layer.Device());
   PIRP unclaimed = IoAllocateIrp(1, FALSE);
@@ -177,8 +176,10 @@ TEST(IrpMisuse, OwnershipOfTheMaker) {
       {"sending what nobody takes back", kViolation, "takes it back",
        [&] { IoCallDriver(layer.Device(), unclaimed); }},
   });
-  Complete(request.irp, STATUS_SUCCESS);
+  Complete(request.irp, STATUS_CANCELLED);  // That is how one which was not sent is given back.
+  EXPECT_EQ(STATUS_CANCELLED, request.status.Status);
   IoFreeIrp(unclaimed);
+  EXPECT_EQ(before, IrpCount());
 }
 
 }  // namespace

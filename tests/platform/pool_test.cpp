@@ -32,16 +32,14 @@ using Lookaside = Pool;
 TEST_F(Pool, BlocksAreAlignedApartAndFullOfGarbage) {
   std::vector<unsigned char*> blocks;
   for (SIZE_T size = 1; size < 200; ++size) {
-    unsigned char* const block = Allocate(size);
+    unsigned char* const block = blocks.emplace_back(Allocate(size));
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % (2 * sizeof(PVOID)), 0u);
-    for (SIZE_T i = 0; i < size; ++i)
-      ASSERT_NE(block[i], 0) << "byte " << i << " of " << size;
+    EXPECT_EQ(std::count(block, block + size, 0), 0) << size;
     std::memset(block, static_cast<int>(size), size);
-    blocks.push_back(block);
   }
-  for (SIZE_T size = 1; size < 200; ++size) {
-    unsigned char* const block = blocks[size - 1];
+  for (unsigned char* const block : blocks) {
+    const SIZE_T size = *block;
     EXPECT_EQ(std::string(block, block + size), std::string(size, static_cast<char>(size)));
     ExFreePool(block);
   }
@@ -74,7 +72,7 @@ TEST_F(Pool, MisusesStopTheSystem) {
       {"taking paged pool", kIrqlNotLessOrEqual, "ExAllocatePoolWithTag for paged pool",
        [] { Allocate(8, kTag, PagedPool); }, DISPATCH_LEVEL},
       {"taking any", kIrqlNotLessOrEqual, "for non-paged pool", [] { Allocate(8); }, HIGH_LEVEL},
-      {"0 bytes", kDriverVerifierDetectedViolation, "0 bytes, tag \"Test\"", [] { Allocate(0); }},
+      {"0 bytes", kViolation, "0 bytes, tag \"Test\"", [] { Allocate(0); }},
       {"no tag", kBadPoolCaller, "a tag of 0", [] { Allocate(8, 0); }},
   });
   ExFreePool(paged);
@@ -121,21 +119,17 @@ TEST_F(Pool, TheNthAllocationFails) {
 }
 
 TEST_F(Pool, ASeededShareOfAllocationsFails) {
-  constexpr int kCount = 4000;
   const auto failures = [](double share, uint32_t seed) {
     const FailRandomAllocations failing(share, seed);
-    return Failures(kCount);
-  };
-  const auto count = [](const std::vector<bool>& all) {
-    return std::count(all.begin(), all.end(), true);
+    return Failures(4000);
   };
   const std::vector<bool> first = failures(0.25, 1);
   // A standard deviation is 27.
-  EXPECT_NEAR(static_cast<double>(count(first)), 1000, 150);
+  EXPECT_NEAR(static_cast<double>(std::count(first.begin(), first.end(), true)), 1000, 150);
   EXPECT_EQ(failures(0.25, 1), first);
   EXPECT_NE(failures(0.25, 2), first);
-  EXPECT_EQ(count(failures(1, 3)), kCount);
-  EXPECT_EQ(count(failures(0, 3)), 0);
+  EXPECT_EQ(failures(1, 3), std::vector<bool>(4000, true));
+  EXPECT_EQ(failures(0, 3), std::vector<bool>(4000, false));
 }
 
 // A list of the given depth and what it took from the pool so far.
@@ -185,26 +179,22 @@ TEST_F(Lookaside, ItUsesTheRoutinesOfItsOwner) {
   // The routines carry no context.
   static int allocated;
   static int freed;
-  allocated = 0;
-  freed = 0;
+  allocated = freed = 0;
+  const auto allocate = [](POOL_TYPE type, SIZE_T size, ULONG tag) -> PVOID {
+    EXPECT_EQ(type, PagedPool);
+    EXPECT_EQ(size, 64u);
+    ++allocated;
+    return ExAllocatePoolWithTag(type, size, tag);
+  };
+  const auto free = [](PVOID block) {
+    ++freed;
+    ExFreePool(block);
+  };
   PAGED_LOOKASIDE_LIST list;
-  ExInitializePagedLookasideList(
-      &list,
-      [](POOL_TYPE type, SIZE_T size, ULONG tag) -> PVOID {
-        EXPECT_EQ(type, PagedPool);
-        EXPECT_EQ(size, 64u);
-        ++allocated;
-        return ExAllocatePoolWithTag(type, size, tag);
-      },
-      [](PVOID block) {
-        ++freed;
-        ExFreePool(block);
-      },
-      0, 64, kTag, 1);
-  void* const blocks[] = {ExAllocateFromPagedLookasideList(&list),
-                          ExAllocateFromPagedLookasideList(&list)};
-  for (void* const block : blocks)
-    ExFreeToPagedLookasideList(&list, block);
+  ExInitializePagedLookasideList(&list, allocate, free, 0, 64, kTag, 1);
+  void* const first = ExAllocateFromPagedLookasideList(&list);
+  ExFreeToPagedLookasideList(&list, ExAllocateFromPagedLookasideList(&list));
+  ExFreeToPagedLookasideList(&list, first);
   EXPECT_EQ(allocated, 2);
   EXPECT_EQ(freed, 1);
   ExDeletePagedLookasideList(&list);
@@ -216,7 +206,7 @@ TEST_F(Lookaside, MisusesStopTheSystem) {
   PAGED_LOOKASIDE_LIST paged;
   ExInitializePagedLookasideList(&paged, nullptr, nullptr, 0, 32, kTag, 0);
   ExpectBugChecks({
-      {"never initialised", kDriverVerifierDetectedViolation, "not initialised",
+      {"never initialised", kViolation, "not initialised",
        [&] { ExAllocateFromNPagedLookasideList(&raw); }},
       {"paged", kIrqlNotLessOrEqual, "ExAllocateFromPagedLookasideList",
        [&] { ExAllocateFromPagedLookasideList(&paged); }, DISPATCH_LEVEL},
@@ -224,9 +214,9 @@ TEST_F(Lookaside, MisusesStopTheSystem) {
   ExDeletePagedLookasideList(&paged);
   void* const stray = Allocate(32);
   ExpectBugChecks({
-      {"freeing to a deleted list", kDriverVerifierDetectedViolation, "deleted already",
+      {"freeing to a deleted list", kViolation, "deleted already",
        [&] { ExFreeToPagedLookasideList(&paged, stray); }},
-      {"deleting twice", kDriverVerifierDetectedViolation, "deleted already",
+      {"deleting twice", kViolation, "deleted already",
        [&] { ExDeletePagedLookasideList(&paged); }},
   });
   ExFreePool(stray);
@@ -247,10 +237,9 @@ TEST_F(Lookaside, ABlockMayStillCarryWhatTheListWroteIntoIt) {
   List list(4);
   unsigned char* const block = list.Take();
   list.Give(block);
-  unsigned char image[40];
-  std::memcpy(image, block, sizeof(image));
+  const std::string image(block, block + 40);
   EXPECT_EQ(list.Take(), block);
-  std::memcpy(block, image, sizeof(image));
+  image.copy(reinterpret_cast<char*>(block), 40);
   list.Give(block);
 }
 
@@ -261,14 +250,10 @@ TEST_F(Lookaside, ManyThreadsShareAList) {
   for (int generation = 0; generation < 2; ++generation) {
     OnThreads(20, [&](int pair) {
       std::vector<unsigned char*> handed;
-      for (int i = 0; i < 300; ++i) {
-        unsigned char* const block = list.Take();
-        std::memset(block, pair, 40);
-        if (i % 3 == 0) {
-          list.Give(block);
-        } else {
-          handed.push_back(block);
-        }
+      for (int i = 0; i < 200; ++i) {
+        list.Give(list.Take());
+        handed.push_back(list.Take());
+        std::memset(handed.back(), pair, 40);
       }
       OnAnotherThread([&] {
         for (unsigned char* const block : handed) {

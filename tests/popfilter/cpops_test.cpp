@@ -1,37 +1,27 @@
 // The guards of the object around the filter, in their order, and the floating-point bracket.
 #include "popfilter/cpops.h"
 
-#include <gtest/gtest.h>
-
 #include <cfenv>
-#include <string>
+#include <memory>
 #include <vector>
 
 #include "platform/host/control/execution_control.h"
-#include "platform/host/control/io_control.h"
-#include "platform/host/control/pool_control.h"
-#include "platform/host/control/registry_control.h"
 #include "popfilter/pops.h"
-#include "support/perf_hooks.h"
-#include "support/tracked_allocator.h"
+#include "tests/platform/device_stack.h"
+#include "tests/support/support_fixture.h"
+
+using namespace zr::host;
+using namespace zr::test;
 
 namespace {
 
-class GuardedFilter : public testing::Test {
+class GuardedFilter : public SupportFixture {
  protected:
-  GuardedFilter() {
-    PerfHooksInit();
-    PoolTrackInit();
-  }
-  ~GuardedFilter() override {
-    PoolTrackShutdown();
-    PerfHooksShutdown();
-    EXPECT_EQ(zr::host::PoolLeakReport(), "");
+  std::unique_ptr<CPOPS> Make(PDEVICE_OBJECT device = nullptr) {
+    return std::unique_ptr<CPOPS>(new (NonPagedPool) CPOPS(device, 0x504F505A, &status_));
   }
 
-  static CPOPS* Make(ULONG* status, PDEVICE_OBJECT device = nullptr) {
-    return new (NonPagedPool) CPOPS(device, 0x504F505A, status);
-  }
+  ULONG status_ = 99;
 };
 
 // What every operation answers to arguments that it must refuse, and to legal ones.
@@ -64,39 +54,35 @@ void ExpectAnswers(CPOPSBase& filter, const Answers& expected, const char* what)
 }
 
 TEST_F(GuardedFilter, GuardsComeInTheirOrder) {
-  ULONG status = 99;
-  CPOPS* const whole = Make(&status);
-  EXPECT_EQ(status, POPS_OK);
-  CPOPS* hollow = nullptr;
+  const auto whole = Make();
+  EXPECT_EQ(status_, POPS_OK);
+  std::unique_ptr<CPOPS> hollow;
   {
     // The filter's object itself, then the record of its core.
-    const zr::host::FailNthAllocation failure(2);
-    hollow = Make(&status);
+    const FailNthAllocation failure(2);
+    hollow = Make();
     EXPECT_TRUE(failure.HasFailed());
   }
-  EXPECT_EQ(status, POPS_ERR_NOMEM);
+  EXPECT_EQ(status_, POPS_ERR_NOMEM);
   ExpectAnswers(*whole, {POPS_ERR_NULLARG, POPS_OK}, "whole");
   ExpectAnswers(*hollow, {POPS_ERR_NOTREADY, POPS_ERR_NOTREADY}, "without a core");
   {
-    const zr::host::FailFloatingPointSave failure;
+    const FailFloatingPointSave failure;
     ULONG value = 0;
     EXPECT_EQ(whole->GetParameter(2, &value), POPS_ERR_NOTREADY);
     EXPECT_EQ(value, 0U) << "the core was not entered";
     EXPECT_EQ(whole->GetParameter(2, nullptr), POPS_ERR_NULLARG);
-    EXPECT_EQ(zr::host::FloatingPointDepth(), 0U);
+    EXPECT_EQ(FloatingPointDepth(), 0U);
   }
   {
-    const zr::host::AtIrql high(DISPATCH_LEVEL + 1);
+    const AtIrql high(DISPATCH_LEVEL + 1);
     ExpectAnswers(*whole, {POPS_ERR_PARAM, POPS_ERR_PARAM}, "too high");
     ExpectAnswers(*hollow, {POPS_ERR_PARAM, POPS_ERR_PARAM}, "too high, without a core");
   }
-  delete whole;
-  delete hollow;
 }
 
 TEST_F(GuardedFilter, CoreStatusesComeThrough) {
-  ULONG status = 99;
-  CPOPS* const filter = Make(&status);
+  const auto filter = Make();
   ULONG value[2] = {};
   ULONG size = 8;
   EXPECT_EQ(filter->GetParameterBlock(2, value, &size), POPS_ERR_PARAM);
@@ -104,7 +90,6 @@ TEST_F(GuardedFilter, CoreStatusesComeThrough) {
   EXPECT_EQ(filter->SetParameter(POPS_ID_RATE, 44100), POPS_OK);
   EXPECT_EQ(filter->GetParameter(POPS_ID_RATE, value), POPS_OK);
   EXPECT_EQ(value[0], 44100U);
-  delete filter;
 }
 
 // The caller's floating-point state is its own: one in which every rounding traps harms no
@@ -113,20 +98,19 @@ TEST_F(GuardedFilter, FloatingPointRunsInsideItsBracketOnly) {
   std::vector<int16_t> samples(4000, 12345);
   ULONG value = 33;
   ULONG size = sizeof(value);
-  ULONG status = 99;
   // A rounding from before would trap late on the x87.
   std::feclearexcept(FE_ALL_EXCEPT);
   feenableexcept(FE_INEXACT);
-  CPOPS* const filter = Make(&status);
+  auto filter = Make();
   const ULONG answers[] = {
-      status,
+      status_,
       filter->SetParameter(POPS_ID_FLOOR, value),
       filter->SetParameterBlock(POPS_ID_FLOOR, &value, size),
       filter->GetParameter(POPS_ID_FLOOR, &value),
       filter->GetParameterBlock(POPS_ID_FLOOR, &value, &size),
       filter->SubmitPinData(0, samples.data(), 8000, samples.data(), 8000, 0),
   };
-  delete filter;
+  filter.reset();
   const int trapping = fegetexcept();
   fedisableexcept(FE_INEXACT);
   EXPECT_EQ(trapping, FE_INEXACT);
@@ -136,44 +120,25 @@ TEST_F(GuardedFilter, FloatingPointRunsInsideItsBracketOnly) {
 
 TEST_F(GuardedFilter, NothingLeaksWhateverFails) {
   for (std::size_t failing = 2; failing <= 7; ++failing) {
-    const zr::host::FailNthAllocation failure(failing);
-    ULONG status = 99;
-    CPOPS* const filter = Make(&status);
-    ASSERT_NE(filter, nullptr);
-    delete filter;
+    const FailNthAllocation failure(failing);
+    ASSERT_NE(Make(), nullptr);
   }
-  const zr::host::FailFloatingPointSave failure;
-  ULONG status = 99;
-  CPOPS* const filter = Make(&status);
-  EXPECT_EQ(status, POPS_ERR_NOTREADY);
-  delete filter;
-}
-
-NTSTATUS NTAPI EmptyEntry(PDRIVER_OBJECT /*driver*/, PUNICODE_STRING /*path*/) {
-  return STATUS_SUCCESS;
+  const FailFloatingPointSave failure;
+  Make();
+  EXPECT_EQ(status_, POPS_ERR_NOTREADY);
 }
 
 TEST_F(GuardedFilter, ADevicesKeyIsOpenedAndClosedWithoutAValue) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  const zr::host::LoadedDriver bus(&EmptyEntry);
-  PDEVICE_OBJECT device = nullptr;
-  ASSERT_EQ(IoCreateDevice(bus.Object(), 0, nullptr, FILE_DEVICE_UNKNOWN, 0, FALSE, &device),
-            STATUS_SUCCESS);
-  zr::host::SetDeviceProperties(device, {u"Camera", {u"USB\\VID_1"}, u"camera"});
-  ULONG status = 99;
-  CPOPS* const filter = Make(&status, device);
-  EXPECT_EQ(status, POPS_OK);
-  EXPECT_EQ(zr::host::OpenKeyCount(), 0U);
-  {
-    // Where a key must not be opened, the attempt shows.
-    const zr::host::AtIrql dispatch(DISPATCH_LEVEL);
-    EXPECT_DEATH(Make(&status, device), "IoOpenDeviceRegistryKey");
-    EXPECT_DEATH(delete filter, "IoOpenDeviceRegistryKey");
-  }
-  delete filter;
-  EXPECT_EQ(zr::host::OpenKeyCount(), 0U);
-  IoDeleteDevice(device);
-  zr::host::ClearRegistry();
+  const Layer bus;
+  MakeUsbDevice(bus.Device());
+  auto filter = Make(bus.Device());
+  EXPECT_EQ(status_, POPS_OK);
+  EXPECT_EQ(OpenKeyCount(), 0U);
+  // Where a key must not be opened, the attempt shows.
+  const AtIrql dispatch(DISPATCH_LEVEL);
+  EXPECT_DEATH(Make(bus.Device()), "IoOpenDeviceRegistryKey");
+  EXPECT_DEATH(filter.reset(), "IoOpenDeviceRegistryKey");
 }
 
 }  // namespace

@@ -1,42 +1,14 @@
 // Drives the filter through any order of parameter writes and blocks. The sanitizers judge, and the
 // output must not tell how the stream was cut.
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 #include <vector>
 
 #include "popfilter/pops.h"
+#include "tests/common/fuzz_input.h"
 
 namespace {
-
-// Takes the input apart, giving zeros when it has run out.
-class Bytes {
- public:
-  Bytes(const uint8_t* data, std::size_t size) : data_(data), left_(size) {}
-
-  bool IsEmpty() const { return left_ == 0; }
-
-  template <typename T>
-  T Take() {
-    T value{};
-    TakeInto(&value, sizeof(value));
-    return value;
-  }
-
-  void TakeInto(void* target, std::size_t size) {
-    const std::size_t taken = std::min(size, left_);
-    if (taken == 0) return;
-    std::memcpy(target, data_, taken);
-    data_ += taken;
-    left_ -= taken;
-  }
-
- private:
-  const uint8_t* data_;
-  std::size_t left_;
-};
 
 bool IsLength(uint32_t id) {
   return id == POPS_ID_ORDER || id == POPS_ID_SETTLE || id == POPS_ID_DELAY;
@@ -87,15 +59,15 @@ class TwoCuts {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
-  Bytes bytes(data, size);
+  zr::test::FuzzInput input(data, size);
   TwoCuts filters;
-  while (!bytes.IsEmpty()) {
-    const auto action = bytes.Take<uint8_t>();
+  while (!input.IsEmpty()) {
+    const auto action = input.Take<uint8_t>();
     if (action < 64) {
-      filters.Write(action % 16, bytes.Take<uint32_t>());
+      filters.Write(action % 16, input.Take<uint32_t>());
     } else {
       std::vector<int16_t> block(action - 64U);
-      bytes.TakeInto(block.data(), block.size() * sizeof(int16_t));
+      input.TakeInto(block.data(), block.size() * sizeof(int16_t));
       filters.Process(std::move(block));
     }
   }

@@ -1,6 +1,4 @@
 // Allocation: none on the data path, every failure survived, an unfit record refused.
-#include <gtest/gtest.h>
-
 #include <limits>
 
 #include "popfilter/pops.h"

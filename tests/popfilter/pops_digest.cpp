@@ -4,10 +4,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <string>
 #include <vector>
 
 #include "popfilter/pops.h"
+#include "tests/primitives/digest.h"
 
 namespace {
 
@@ -23,18 +24,6 @@ constexpr Setting kSettings[] = {{"defaults", POPS_ID_MODE, 3},
                                  {"low floor", POPS_ID_FLOOR, 10},
                                  {"order 32", POPS_ID_ORDER, 32}};
 
-// 64-bit FNV-1a.
-uint64_t Digest(const std::vector<int16_t>& samples) {
-  uint64_t hash = 0xcbf29ce484222325U;
-  for (const int16_t sample : samples) {
-    const uint32_t word = static_cast<uint16_t>(sample);
-    for (const uint32_t byte : {word & 0xffU, word >> 8U}) {
-      hash = (hash ^ byte) * 0x100000001b3U;
-    }
-  }
-  return hash;
-}
-
 bool PrintDigest(const std::filesystem::path& path, const Setting& setting) {
   std::ifstream file(path, std::ios::binary);
   std::vector<int16_t> samples(static_cast<std::size_t>(std::filesystem::file_size(path)) /
@@ -46,8 +35,9 @@ bool PrintDigest(const std::filesystem::path& path, const Setting& setting) {
                        POPSSetParameter(state, setting.id, setting.value) == POPS_OK;
   if (isReady) {
     POPSProcess(state, static_cast<int32_t>(samples.size()), samples.data());
-    std::printf("%016llx %s, %s\n", static_cast<unsigned long long>(Digest(samples)),
-                path.filename().c_str(), setting.name);
+    zr::test::Digest digest;
+    digest.Add(samples);
+    digest.Print((path.filename().string() + ", " + setting.name).c_str());
   }
   POPSDestroy(state);
   return isReady;

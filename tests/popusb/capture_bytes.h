@@ -42,6 +42,11 @@ struct Isoch {
   bool isSubmission = false;
 };
 
+/// A request for interface 3's setting 2, and a transfer of three packets whose second failed.
+inline const Bytes kSetInterface = {0x01, 11, 2, 0, 3, 0, 0, 0};
+inline const Isoch kHeard = {.packets = {{0, 4, 0}, {8, 0, -18}, {16, 2, 0}},
+                             .data = {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 6}};
+
 /// A recorder of transfers; every transfer is of device 5 on bus 2.
 class RecorderModel {
  public:

@@ -13,10 +13,7 @@ using namespace zr::popusb;
 
 namespace {
 
-const Bytes kSetInterface = {0x01, 11, 2, 0, 3, 0, 0, 0};
-const Isoch kHeard = {.packets = {{0, 4, 0}, {8, 0, -18}, {16, 2, 0}},
-                      .data = {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 6}};
-// Its audio stands contiguous, and what lay behind it is left.
+// The same transfer, whose audio now stands contiguous; what lay behind it is left.
 const Isoch kCleaned = {.packets = {{0, 2, 0}, {2, 0, -18}, {2, 4, 0}},
                         .data = {11, 12, 13, 14, 15, 16, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 6}};
 
@@ -73,14 +70,13 @@ TEST(CaptureCopy, ChangesOnlyTheTransferThatIsReplaced) {
 
 // libpcap turns headers into the host's order; a copy in that order tells the same.
 TEST(CaptureCopy, OfOtherKindsOfFilesTellsTheSame) {
-  const auto turned = [](uint32_t linkType, const std::shared_ptr<RecorderModel>& recorder) {
-    return PcapFile(linkType, {{recorder->Receive(kHeard), 0}, {recorder->Receive(kHeard), 3}},
-                    ByteOrder::kBig);
+  const auto twice = [](const RecorderModel& recorder) {
+    return std::vector<Recorded>{{recorder.Receive(kHeard), 0}, {recorder.Receive(kHeard), 3}};
   };
-  const auto little = Usbmon(64);
-  const Bytes inputs[] = {
-      turned(189, Usbmon(48, ByteOrder::kBig)), turned(220, Usbmon(64, ByteOrder::kBig)),
-      PcapngFile(220, {{little->Receive(kHeard), 0}, {little->Receive(kHeard), 3}})};
+  constexpr auto kBig = ByteOrder::kBig;
+  const Bytes inputs[] = {PcapFile(189, twice(*Usbmon(48, kBig)), kBig),
+                          PcapFile(220, twice(*Usbmon(64, kBig)), kBig),
+                          PcapngFile(220, twice(*Usbmon(64)))};
   for (const Bytes& input : inputs) {
     const auto reader = OpenCapture(input);
     const auto output = MemoryFile();
@@ -89,7 +85,8 @@ TEST(CaptureCopy, OfOtherKindsOfFilesTellsTheSame) {
     const auto events = ReadEvents(*reader);
     copy.Finish();
     EXPECT_EQ(events.size(), 2U);
-    EXPECT_EQ(ReadEvents(ContentOf(output)), events);
+    const Bytes written = ContentOf(output);
+    EXPECT_EQ(ReadEvents(*OpenCapture(written)), events);
   }
 }
 

@@ -20,10 +20,6 @@ using Texts = std::vector<std::string>;
 const Bytes kGetConfiguration = {0x80, 6, 0, 2, 0, 0, 9, 0};
 const Bytes kGetDevice = {0x80, 6, 0, 1, 0, 0, 18, 0};
 const Bytes kSetConfiguration = {0x00, 9, 1, 0, 0, 0, 0, 0};
-const Bytes kSetInterface = {0x01, 11, 2, 0, 3, 0, 0, 0};
-
-const Isoch kHeard = {.packets = {{0, 4, 0}, {8, 0, -18}, {16, 2, 0}},
-                      .data = {1, 2, 3, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 6}};
 const char kHeardText[] =
     "isoch 81, status 0, 0+4:0 8+0:-18 16+2:0, data 010203040000000000000000000000000506";
 
@@ -79,46 +75,45 @@ Conversation Converse(const RecorderModel& recorder) {
   return conversation;
 }
 
+constexpr auto kLittle = ByteOrder::kLittle;
+constexpr auto kBig = ByteOrder::kBig;
+enum class Container { kPcap, kNanosecondPcap, kPcapng };
+
 struct FileRow {
   const char* name;
   uint32_t linkType;
   std::shared_ptr<RecorderModel> recorder;
-  Bytes (*file)(uint32_t linkType, const std::vector<Recorded>& records);
+  ByteOrder order = kLittle;
+  Container container = Container::kPcap;
+
+  Bytes File(const std::vector<Recorded>& records) const {
+    if (container == Container::kPcapng) return PcapngFile(linkType, records, order);
+    return PcapFile(linkType, records, order, container == Container::kNanosecondPcap);
+  }
 };
-
-template <ByteOrder order>
-Bytes Pcap(uint32_t linkType, const std::vector<Recorded>& records) {
-  return PcapFile(linkType, records, order);
-}
-Bytes NanosecondPcap(uint32_t linkType, const std::vector<Recorded>& records) {
-  return PcapFile(linkType, records, ByteOrder::kLittle, true);
-}
-template <ByteOrder order>
-Bytes Pcapng(uint32_t linkType, const std::vector<Recorded>& records) {
-  return PcapngFile(linkType, records, order);
-}
-
-constexpr auto kLittle = ByteOrder::kLittle;
-constexpr auto kBig = ByteOrder::kBig;
 
 const FileRow kFiles[] = {
-    {"usbmon 48", 189, Usbmon(48), Pcap<kLittle>},
-    {"usbmon 48, big-endian", 189, Usbmon(48, kBig), Pcap<kBig>},
-    {"usbmon 64", 220, Usbmon(64), Pcap<kLittle>},
-    {"usbmon 64, big-endian", 220, Usbmon(64, kBig), Pcap<kBig>},
-    {"usbmon 64, nanoseconds", 220, Usbmon(64), NanosecondPcap},
-    {"usbmon 64, pcapng", 220, Usbmon(64), Pcapng<kLittle>},
-    {"usbmon 64, big-endian pcapng", 220, Usbmon(64, kBig), Pcapng<kBig>},
-    {"USBPcap", 249, Usbpcap(), Pcap<kLittle>},
-    {"USBPcap, status stage", 249, Usbpcap(true), Pcap<kLittle>},
-    {"USBPcap, big-endian file", 249, Usbpcap(), Pcap<kBig>},
-    {"USBPcap, pcapng", 249, Usbpcap(), Pcapng<kLittle>},
+    {"usbmon 48", 189, Usbmon(48)},
+    {"usbmon 48, big-endian", 189, Usbmon(48, kBig), kBig},
+    {"usbmon 64", 220, Usbmon(64)},
+    {"usbmon 64, big-endian", 220, Usbmon(64, kBig), kBig},
+    {"usbmon 64, nanoseconds", 220, Usbmon(64), kLittle, Container::kNanosecondPcap},
+    {"usbmon 64, pcapng", 220, Usbmon(64), kLittle, Container::kPcapng},
+    {"usbmon 64, big-endian pcapng", 220, Usbmon(64, kBig), kBig, Container::kPcapng},
+    {"USBPcap", 249, Usbpcap()},
+    {"USBPcap, status stage", 249, Usbpcap(true)},
+    {"USBPcap, big-endian file", 249, Usbpcap(), kBig},
+    {"USBPcap, pcapng", 249, Usbpcap(), kLittle, Container::kPcapng},
 };
+
+Bytes First(const Bytes& bytes, std::size_t count) {
+  return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count)};
+}
 
 TEST(CaptureReader, TellsOneConversationWhoeverRecordedIt) {
   for (const auto& row : kFiles) {
     const Conversation conversation = Converse(*row.recorder);
-    const Bytes file = row.file(row.linkType, conversation.records);
+    const Bytes file = row.File(conversation.records);
     const auto reader = OpenCapture(file);
     EXPECT_EQ(ReadEvents(*reader), conversation.events) << row.name;
     EXPECT_EQ(reader->Truncation(), "") << row.name;
@@ -134,35 +129,30 @@ TEST(CaptureReader, TellsOneConversationWhoeverRecordedIt) {
 TEST(CaptureReader, UsesWhatIsWholeOfATruncatedFile) {
   for (const auto& row : kFiles) {
     const Conversation conversation = Converse(*row.recorder);
-    const Bytes whole = row.file(row.linkType, conversation.records);
+    const Bytes whole = row.File(conversation.records);
     std::vector<std::size_t> ends;
-    for (std::size_t n = 0; n <= conversation.records.size(); ++n) {
-      const auto last = conversation.records.begin() + static_cast<std::ptrdiff_t>(n);
-      ends.push_back(row.file(row.linkType, {conversation.records.begin(), last}).size());
+    std::vector<Recorded> records;
+    ends.push_back(row.File(records).size());
+    for (const Recorded& record : conversation.records) {
+      records.push_back(record);
+      ends.push_back(row.File(records).size());
     }
     for (std::size_t size = ends.front(); size < whole.size(); ++size) {
-      const Bytes file(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+      SCOPED_TRACE(row.name + std::to_string(size));
+      const Bytes file = First(whole, size);
       const auto reader = OpenCapture(file);
       const Texts events = ReadEvents(*reader);
       const auto wholeRecords = std::ranges::upper_bound(ends, size) - ends.begin() - 1;
-      ASSERT_EQ(reader->Counts().records, static_cast<uint64_t>(wholeRecords)) << row.name << size;
-      ASSERT_LE(events.size(), conversation.events.size()) << row.name << size;
-      ASSERT_TRUE(std::ranges::equal(
-          events, Texts(conversation.events.begin(), conversation.events.begin() + events.size())))
-          << row.name << size;
-      const bool isBetweenRecords = std::ranges::binary_search(ends, size);
-      ASSERT_EQ(reader->Truncation().empty(), isBetweenRecords) << row.name << size;
-      ASSERT_FALSE(reader->Next()) << row.name << size;
+      ASSERT_EQ(reader->Counts().records, static_cast<uint64_t>(wholeRecords));
+      ASSERT_LE(events.size(), conversation.events.size());
+      ASSERT_TRUE(std::equal(events.begin(), events.end(), conversation.events.begin()));
+      ASSERT_EQ(reader->Truncation().empty(), std::ranges::binary_search(ends, size));
+      ASSERT_FALSE(reader->Next());
     }
     for (std::size_t size = 0; size < ends.front(); ++size) {
-      const Bytes file(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-      EXPECT_THROW(OpenCapture(file), Failure) << row.name << size;
+      EXPECT_THROW(OpenCapture(First(whole, size)), Failure) << row.name << size;
     }
   }
-}
-
-Bytes First(const Bytes& bytes, std::size_t count) {
-  return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
 Bytes With(Bytes bytes, std::size_t place, const Bytes& other) {
@@ -179,15 +169,14 @@ TEST(CaptureReader, CountsRecordsThatDoNotHoldWhatTheyAnnounce) {
   const std::string noData = "isoch 81, status 0, 0+4:0 8+0:-18 16+2:0, data ";
   const std::string data = "010203040000000000000000000000000506";
 
-  struct Row {
+  const struct {
     const char* name;
     uint32_t linkType;
     Bytes record;
     std::string event;
     uint64_t ignored;
     uint64_t damaged;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"nothing", 220, {}, "", 0, 1},
       {"no whole header of 48", 189, First(shortHeader, 47), "", 0, 1},
       {"no whole header of 64", 220, First(longHeader, 63), "", 0, 1},

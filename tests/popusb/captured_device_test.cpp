@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -19,32 +18,18 @@
 #include "driver/driver_entry.h"
 #include "platform/host/control/io_control.h"
 #include "platform/host/microphone/camera_descriptors.h"
+#include "tests/common/temp_folder.h"
 
-namespace fs = std::filesystem;
 using namespace zr::popusb;
 using zr::host::LoadedDriver;
+using zr::test::TempFolder;
 
 namespace {
 
-const fs::path kSpeech = fs::path(ZR_MATERIAL_DIR) / "alsa-48000.clicked.wav";
+const std::string kSpeech = ZR_MATERIAL_DIR "/alsa-48000.clicked.wav";
 
-class Folder {
- public:
-  Folder() {
-    std::string name = (fs::temp_directory_path() / "popusb_test.XXXXXX").string();
-    path_ = mkdtemp(name.data());
-  }
-  ~Folder() { fs::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  fs::path operator/(const std::string& name) const { return path_ / name; }
-
- private:
-  fs::path path_;
-};
-
-std::vector<int16_t> SamplesOf(const fs::path& path) {
-  zr::popclean::SoundFileReader reader(path.string());
+std::vector<int16_t> SamplesOf(const std::string& path) {
+  zr::popclean::SoundFileReader reader(path);
   std::vector<int16_t> samples;
   std::vector<double> frames(4096);
   while (const std::size_t count = reader.Read(frames.data(), frames.size())) {
@@ -62,59 +47,47 @@ std::vector<int16_t> Filtered(std::vector<int16_t> samples, int rate) {
   return samples;
 }
 
-struct Road {
-  const char* name;
-  zr::host::MicrophoneBehaviour behaviour;
-};
+TEST(TwoRoads, GiveTheSameAudioAndTheWrittenCaptureHoldsIt) {
+  const zr::host::MicrophoneBehaviour irregular = {.seed = 3,
+                                                   .jitteredPackets = 100,
+                                                   .shortPackets = 30,
+                                                   .emptyPackets = 30,
+                                                   .failedPackets = 10,
+                                                   .failedTransfers = 10};
+  for (const auto& behaviour : {zr::host::MicrophoneBehaviour{}, irregular}) {
+    SCOPED_TRACE(behaviour.seed);
+    const TempFolder folder;
+    SimulateCapture({.audio = kSpeech, .capture = folder / "heard.pcap", .behaviour = behaviour});
+    const CaptureReport report =
+        CleanCapture({.capture = folder / "heard.pcap",
+                      .device = {.folder = folder / "first", .firstSetting = {}},
+                      .writeCapture = folder / "cleaned.pcap"});
+    ASSERT_EQ(report.devices.size(), 1U);
+    ASSERT_EQ(report.devices[0].streams.size(), 1U);
+    const StreamReport& stream = report.devices[0].streams[0];
+    EXPECT_GT(stream.repairs, 10U);
+    EXPECT_EQ(stream.failedTransfers > 0, behaviour.failedTransfers > 0);
+    EXPECT_EQ(stream.gaps.empty(), behaviour.failedPackets == 0);
+    const auto original = SamplesOf(folder / "first/1-5-1.original.wav");
+    const auto cleaned = SamplesOf(folder / "first/1-5-1.cleaned.wav");
+    auto expected = Filtered(original, 48000);
+    // The last frame can wait for its second byte, or for room, when the stream ends.
+    ASSERT_LE(expected.size() - cleaned.size(), 1U);
+    expected.resize(cleaned.size());
+    EXPECT_EQ(cleaned, expected);
 
-class TwoRoads : public testing::TestWithParam<Road> {};
-
-TEST_P(TwoRoads, GiveTheSameAudioAndTheWrittenCaptureHoldsIt) {
-  const zr::host::MicrophoneBehaviour& behaviour = GetParam().behaviour;
-  const Folder folder;
-  SimulateCapture({.audio = kSpeech.string(),
-                   .capture = (folder / "heard.pcap").string(),
-                   .behaviour = behaviour});
-  const CaptureReport report =
-      CleanCapture({.capture = (folder / "heard.pcap").string(),
-                    .device = {.folder = folder / "first", .firstSetting = {}},
-                    .writeCapture = (folder / "cleaned.pcap").string()});
-  ASSERT_EQ(report.devices.size(), 1U);
-  ASSERT_EQ(report.devices[0].streams.size(), 1U);
-  const StreamReport& stream = report.devices[0].streams[0];
-  EXPECT_GT(stream.repairs, 10U);
-  EXPECT_EQ(stream.failedTransfers > 0, behaviour.failedTransfers > 0);
-  EXPECT_EQ(stream.gaps.empty(), behaviour.failedPackets == 0);
-  const auto original = SamplesOf(folder / "first/1-5-1.original.wav");
-  auto cleaned = SamplesOf(folder / "first/1-5-1.cleaned.wav");
-  auto expected = Filtered(original, 48000);
-  // The last frame can wait for its second byte, or for room, when the stream ends.
-  ASSERT_LE(expected.size() - cleaned.size(), 1U);
-  expected.resize(cleaned.size());
-  EXPECT_EQ(cleaned, expected);
-
-  CleanCapture({.capture = (folder / "cleaned.pcap").string(),
-                .device = {.folder = folder / "second", .firstSetting = {}},
-                .writeCapture = {}});
-  EXPECT_EQ(SamplesOf(folder / "second/1-5-1.original.wav"), cleaned);
+    CleanCapture({.capture = folder / "cleaned.pcap",
+                  .device = {.folder = folder / "second", .firstSetting = {}},
+                  .writeCapture = {}});
+    EXPECT_EQ(SamplesOf(folder / "second/1-5-1.original.wav"), cleaned);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Captures, TwoRoads,
-                         testing::Values(Road{"Regular", {}}, Road{"Irregular",
-                                                                   {.seed = 3,
-                                                                    .jitteredPackets = 100,
-                                                                    .shortPackets = 30,
-                                                                    .emptyPackets = 30,
-                                                                    .failedPackets = 10,
-                                                                    .failedTransfers = 10}}),
-                         [](const auto& row) { return row.param.name; });
 
 // Through its service the driver tells what it did, and is disabled for a part.
 TEST(WholeDriver, ReportsToItsServiceAndIsDisabledThroughIt) {
-  const Folder folder;
-  const std::string capture = (folder / "heard.pcap").string();
-  SimulateCapture({.audio = kSpeech.string(), .capture = capture, .behaviour = {}});
-  CleanOptions options = {.capture = capture,
+  const TempFolder folder;
+  SimulateCapture({.audio = kSpeech, .capture = folder / "heard.pcap", .behaviour = {}});
+  CleanOptions options = {.capture = folder / "heard.pcap",
                           .device = {.folder = folder / "out", .firstSetting = {}}};
   options.device.hasService = true;
   options.disabled = {2.0, 1e9};
@@ -159,22 +132,19 @@ TEST_F(Captured, WithoutDescriptorsTransfersAreUnknown) {
   EXPECT_TRUE(report.streams.empty());
 }
 
-TEST_F(Captured, DescriptorsThatComeLateServeWhatWasSelectedBefore) {
-  device_.Take(InterfaceSelected{zr::host::kMicrophoneInterface, 5});
-  device_.Take(DescriptorRead{configuration_});
-  EXPECT_TRUE(device_.Take(Transfer(4)));
-  const DeviceReport report = Finish();
-  ASSERT_EQ(report.streams.size(), 1U);
-  EXPECT_EQ(report.streams[0].format.rate, 44100);
-  EXPECT_EQ(report.streams[0].audioBytes, 4U * 96);
-}
-
-TEST_F(Captured, AStreamThatRunsAlreadyHasTheSettingThatIsNamed) {
-  device_.Take(DescriptorRead{configuration_});
-  EXPECT_TRUE(device_.Take(Transfer(4)));
-  const DeviceReport report = Finish();
-  ASSERT_EQ(report.streams.size(), 1U);
-  EXPECT_EQ(report.streams[0].alternateSetting, 6U);
+// A stream that runs already has the setting that is named, 6, unless one was selected.
+TEST_F(Captured, DescriptorsThatComeLateServeWhatRunsAlready) {
+  for (const bool isSelected : {false, true}) {
+    CapturedDevice device(driver_, {1, 3}, {.folder = {}, .firstSetting = 6});
+    if (isSelected) device.Take(InterfaceSelected{zr::host::kMicrophoneInterface, 5});
+    device.Take(DescriptorRead{configuration_});
+    EXPECT_TRUE(device.Take(Transfer(4)));
+    const DeviceReport report = device.Finish();
+    ASSERT_EQ(report.streams.size(), 1U);
+    EXPECT_EQ(report.streams[0].alternateSetting, isSelected ? 5U : 6U);
+    EXPECT_EQ(report.streams[0].format.rate, isSelected ? 44100 : 48000);
+    EXPECT_EQ(report.streams[0].audioBytes, 4U * 96);
+  }
 }
 
 TEST_F(Captured, OnlyTheMicrophonesEndpointIsAudio) {

@@ -58,10 +58,6 @@ std::vector<std::string> ReadEvents(popusb::CaptureReader& reader) {
   return events;
 }
 
-std::vector<std::string> ReadEvents(const Bytes& bytes) {
-  return ReadEvents(*OpenCapture(bytes));
-}
-
 popclean::OwnedDescriptor MemoryFile() {
   return popclean::OwnedDescriptor(memfd_create("capture", MFD_CLOEXEC));
 }

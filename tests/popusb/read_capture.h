@@ -1,7 +1,6 @@
 // A capture in memory, read to its end, and what came of it as text that tests can compare.
 #pragma once
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,7 +17,6 @@ std::string TextOf(const popusb::UsbEvent& event);
 std::unique_ptr<popusb::CaptureReader> OpenCapture(const Bytes& bytes);
 
 std::vector<std::string> ReadEvents(popusb::CaptureReader& reader);
-std::vector<std::string> ReadEvents(const Bytes& bytes);
 
 /// A file without a name.
 popclean::OwnedDescriptor MemoryFile();

@@ -101,9 +101,9 @@ TEST(Memory, MovesTakeEveryOverlapAndTakeLessThanAnElementDownForNone) {
   }
 }
 
-// Words of a destination of n elements that starts an odd byte behind its neighbours.
-template <typename Word, typename Fill>
-void ExpectFilled(const char* name, const std::vector<Word>& pattern, Fill fill) {
+// Fills n elements that start an odd byte behind their neighbours.
+template <auto kFill, typename Element, typename Word, typename... Values>
+void ExpectFilled(const std::vector<Word>& pattern, Values... values) {
   for (int32_t n = 1; n < 40; ++n) {
     const std::size_t size = pattern.size() * sizeof(Word);
     std::vector<uint8_t> bytes(2 + size * static_cast<std::size_t>(n), 0x5a);
@@ -111,8 +111,8 @@ void ExpectFilled(const char* name, const std::vector<Word>& pattern, Fill fill)
     for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
       std::memcpy(expected.data() + 1 + i * size, pattern.data(), size);
     }
-    EXPECT_EQ(fill(static_cast<void*>(bytes.data() + 1), n), 0) << name;
-    EXPECT_EQ(bytes, expected) << name << " of " << n;
+    EXPECT_EQ(kFill(values..., reinterpret_cast<Element*>(bytes.data() + 1), n), 0);
+    EXPECT_EQ(bytes, expected) << sizeof(Element) << " bytes, " << n;
   }
 }
 
@@ -122,35 +122,17 @@ TEST(Memory, FillsStoreTheBitsOfTheirValue) {
   constexpr uint64_t kDouble = 0x7ff8000012345678U;
   constexpr auto kSingleNaN = std::bit_cast<float>(kSingle);
   constexpr auto kDoubleNaN = std::bit_cast<double>(kDouble);
-  ExpectFilled<uint16_t>("Set_16s", {0xfedc}, [](void* d, int32_t n) {
-    return ippsSet_16s(-0x124, static_cast<int16_t*>(d), n);
-  });
-  ExpectFilled<uint32_t>("Set_32f", {kSingle}, [](void* d, int32_t n) {
-    return ippsSet_32f(kSingleNaN, static_cast<float*>(d), n);
-  });
-  ExpectFilled<uint64_t>("Set_64f", {kDouble}, [](void* d, int32_t n) {
-    return ippsSet_64f(kDoubleNaN, static_cast<double*>(d), n);
-  });
-  ExpectFilled<uint32_t>("Set_32fc", {0x80000000U, kSingle}, [](void* d, int32_t n) {
-    return ippsSet_32fc(-0.0F, kSingleNaN, static_cast<Complex32f*>(d), n);
-  });
-  ExpectFilled<uint64_t>("Set_64fc", {kDouble, 1}, [](void* d, int32_t n) {
-    return ippsSet_64fc(kDoubleNaN, std::bit_cast<double>(uint64_t{1}), static_cast<Complex64f*>(d),
-                        n);
-  });
-  ExpectFilled<uint16_t>("Zero_16s", {0}, [](void* d, int32_t n) {
-    return ippsZero_16s(static_cast<int16_t*>(d), n);
-  });
-  ExpectFilled<uint32_t>(
-      "Zero_32f", {0}, [](void* d, int32_t n) { return ippsZero_32f(static_cast<float*>(d), n); });
-  ExpectFilled<uint64_t>(
-      "Zero_64f", {0}, [](void* d, int32_t n) { return ippsZero_64f(static_cast<double*>(d), n); });
-  ExpectFilled<uint32_t>("Zero_32fc", {0, 0}, [](void* d, int32_t n) {
-    return ippsZero_32fc(static_cast<Complex32f*>(d), n);
-  });
-  ExpectFilled<uint64_t>("Zero_64fc", {0, 0}, [](void* d, int32_t n) {
-    return ippsZero_64fc(static_cast<Complex64f*>(d), n);
-  });
+  constexpr auto kSubnormal = std::bit_cast<double>(uint64_t{1});
+  ExpectFilled<ippsSet_16s, int16_t, uint16_t>({0xfedc}, int16_t{-0x124});
+  ExpectFilled<ippsSet_32f, float, uint32_t>({kSingle}, kSingleNaN);
+  ExpectFilled<ippsSet_64f, double, uint64_t>({kDouble}, kDoubleNaN);
+  ExpectFilled<ippsSet_32fc, Complex32f, uint32_t>({0x80000000U, kSingle}, -0.0F, kSingleNaN);
+  ExpectFilled<ippsSet_64fc, Complex64f, uint64_t>({kDouble, 1}, kDoubleNaN, kSubnormal);
+  ExpectFilled<ippsZero_16s, int16_t, uint16_t>({0});
+  ExpectFilled<ippsZero_32f, float, uint32_t>({0});
+  ExpectFilled<ippsZero_64f, double, uint64_t>({0});
+  ExpectFilled<ippsZero_32fc, Complex32f, uint32_t>({0, 0});
+  ExpectFilled<ippsZero_64fc, Complex64f, uint64_t>({0, 0});
 }
 
 TEST(Memory, ReversalOfFloatsKeepsSignallingNaNsAndThatOfDoublesQuietensThem) {

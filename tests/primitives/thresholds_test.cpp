@@ -18,7 +18,7 @@ namespace {
 constexpr uint64_t kSignalling64 = 0x7ff0000000000001;
 constexpr uint32_t kSignalling32 = 0x7f800001;
 constexpr double kSignallingMark = 12345.0;
-const double kInfinity = std::numeric_limits<double>::infinity();
+const double kInf = std::numeric_limits<double>::infinity();
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 template <typename Real>
@@ -56,10 +56,10 @@ struct Row {
 
 const std::vector<Row> kRows = {
     {1.5,
-     {0.5, 1.5, 2.5, -kInfinity, kInfinity},
-     {1.5, 1.5, 2.5, 1.5, kInfinity},
-     {0.5, 1.5, 1.5, -kInfinity, 1.5},
-     "a level among numbers"},
+     {0.5, 1.5, 2.5, -kInf, kInf},
+     {1.5, 1.5, 2.5, 1.5, kInf},
+     {0.5, 1.5, 1.5, -kInf, 1.5},
+     "numbers"},
     {1.5, {kNaN, 2.5, 0.5}, {1.5, 2.5, 1.5}, {kNaN, 1.5, 0.5}, "a NaN counts as low"},
     {1.5, {kSignallingMark}, {1.5}, {kSignallingMark}, "and is kept bit by bit"},
     {0.0, {-0.0, 0.0, -1.0, 1.0}, {0.0, 0.0, 0.0, 1.0}, {0.0, 0.0, -1.0, 0.0}, "zero"},
@@ -111,17 +111,16 @@ TEST(Thresholds, WhatDoesNotChangeIsNotWritten) {
 }
 
 TEST(Thresholds, TwoLevels) {
-  struct Bounds {
+  const struct {
     double levelLow, valueLow, levelHigh, valueHigh;
     int32_t status;
     std::vector<double> elements;
     std::vector<double> expected;
     const char* what;
-  };
-  const std::vector<Bounds> rows = {
+  } rows[] = {
       {1, 0, 2, 3, 0, {0.5, 1, 1.5, 2, 2.5}, {0, 1, 1.5, 2, 3}, "levels belong to the inside"},
       {1, -7, 1, 7, 0, {0.5, 1, 1.5}, {-7, 1, 7}, "equal levels"},
-      {1, -7, 2, 7, 0, {kNaN, kSignallingMark, kInfinity}, {-7, -7, 7}, "a NaN counts as low"},
+      {1, -7, 2, 7, 0, {kNaN, kSignallingMark, kInf}, {-7, -7, 7}, "a NaN counts as low"},
       {0.0, -7, 2, 7, 0, {-0.0, 0.0}, {-0.0, 0.0}, "zeros keep their sign"},
       {kNaN, -7, 2, 7, 0, {1, 3}, {-7, -7}, "the lower level is tested first"},
       {1, -7, kNaN, 7, 0, {0.5, 3}, {-7, 3}, "nothing is above a NaN"},

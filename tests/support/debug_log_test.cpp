@@ -1,8 +1,6 @@
 // Which lines go where and what they look like, the bounds of the line, and finding the record.
 #include "support/debug_log.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <string>
 #include <vector>
@@ -15,34 +13,16 @@ using namespace zr::test;
 
 namespace {
 
-struct SinkLine {
-  ULONG level;
-  std::string text;
-  bool operator==(const SinkLine&) const = default;
-};
-
 // Hooks are plain functions: what they saw is kept here.
-std::vector<SinkLine> sinkLines;
 std::vector<std::string> debuggerLines;
 std::vector<LONG> foundHandles;
-
-void KeepLine(ULONG level, const char* line) {
-  sinkLines.push_back({level, line});
-}
-
-void KeepHandle(ULONG /*level*/, const char* /*line*/) {
-  TraceRecord* const record = TraceRecordFind();
-  foundHandles.push_back(record == nullptr ? -99 : record->ModuleHandle);
-  if (record != nullptr) TraceRecordClear(record);
-}
 
 class DebugLog : public SupportFixture {
  protected:
   DebugLog() {
-    sinkLines.clear();
+    KeepLines();
     debuggerLines.clear();
     foundHandles.clear();
-    PerfHooks.PerfDebugSink.Set(&KeepLine);
     zr::host::SetDebugSink([](std::string_view text) { debuggerLines.emplace_back(text); });
     SetState(7, 2, 0);
   }
@@ -54,22 +34,21 @@ class DebugLog : public SupportFixture {
   }
 };
 
-struct FlagRow {
-  ULONG flags;
-  ULONG level;
-  ULONG enable;
-  const char* toDebugger;  // Null for no line.
-  const char* toSink;
-  std::size_t breaks;
-  const char* what;
-};
-
 TEST_F(DebugLog, FlagsDecideWhereALineGoesAndHowItLooks) {
   constexpr const char* kPlain = "ZRPOPFLT.Device: value 5\n";
   constexpr const char* kError = "=>ERR ZRPOPFLT.Device: value 5\n";
   constexpr const char* kWarning = "=>WARN ZRPOPFLT.Device: value 5\n";
   constexpr const char* kRaw = "value 5\n";
-  const FlagRow rows[] = {
+  constexpr const char* kMarked = "'=>ERR ZRPOPFLT.Device: value 5\n";
+  const struct {
+    ULONG flags;
+    ULONG level;
+    ULONG enable;
+    const char* toDebugger;  // Null for no line.
+    const char* toSink;
+    std::size_t breaks;
+    const char* what;
+  } rows[] = {
       {1, 2, 0, nullptr, kPlain, 0, "not enabled: the sink alone"},
       {2, 2, 1, kPlain, kPlain, 0, "at the level"},
       {3, 2, 1, nullptr, kPlain, 0, "above the level"},
@@ -78,8 +57,7 @@ TEST_F(DebugLog, FlagsDecideWhereALineGoesAndHowItLooks) {
       {0x8000001, 2, 1, kError, kError, 0, "an error"},
       {0x4000002, 2, 1, kWarning, kWarning, 0, "a warning"},
       {0xC000001, 2, 1, kError, kError, 0, "error wins over warning"},
-      {0x48000001, 2, 1, "'=>ERR ZRPOPFLT.Device: value 5\n", "'=>ERR ZRPOPFLT.Device: value 5\n",
-       0, "the prefix mark"},
+      {0x48000001, 2, 1, kMarked, kMarked, 0, "the prefix mark"},
       {0x6C000001, 2, 1, kRaw, kRaw, 0, "raw wins over all of the prefix"},
       {0x01000001, 2, 1, kPlain, nullptr, 0, "debugger only"},
       {0x01000003, 2, 1, nullptr, nullptr, 0, "debugger only, but above the level"},
@@ -89,14 +67,14 @@ TEST_F(DebugLog, FlagsDecideWhereALineGoesAndHowItLooks) {
       {0x00700001, 2, 1, kPlain, kPlain, 0, "other bits mean nothing"},
   };
   for (const auto& row : rows) {
-    sinkLines.clear();
+    keptLines.clear();
     debuggerLines.clear();
     const std::size_t breaks = zr::host::BreakPointCount();
     SetState(7, row.level, row.enable);
     g_DeviceLog.Log(row.flags, "value %d\n", 5);
-    std::vector<SinkLine> toSink;
-    if (row.toSink != nullptr) toSink.push_back({row.flags & 0xF, row.toSink});
-    EXPECT_EQ(sinkLines, toSink) << row.what;
+    decltype(keptLines) toSink;
+    if (row.toSink != nullptr) toSink.emplace_back(row.flags & 0xF, row.toSink);
+    EXPECT_EQ(keptLines, toSink) << row.what;
     std::string toDebugger;
     for (const auto& line : debuggerLines) {
       if (line.starts_with("ZRPOP") || line.find("value") != std::string::npos) toDebugger += line;
@@ -110,7 +88,7 @@ TEST_F(DebugLog, ADroppedStatementDoesNotTouchItsArguments) {
   const auto* const nowhere = reinterpret_cast<const char*>(8);
   g_DeviceLog.Log(0x00800001, "%s\n", nowhere);
   g_DeviceLog.Log(0x01000009, "%s\n", nowhere);
-  EXPECT_TRUE(sinkLines.empty());
+  EXPECT_TRUE(keptLines.empty());
 }
 
 TEST_F(DebugLog, LinesAreCutAtTheirBuffer) {
@@ -118,44 +96,39 @@ TEST_F(DebugLog, LinesAreCutAtTheirBuffer) {
   const std::string longText(5000, 'x');
   g_DeviceLog.Log(1, "%s\n", longText.c_str());
   g_DeviceLog.Log(1 | kLogRaw, "%s\n", longText.c_str());
-  ASSERT_EQ(sinkLines.size(), 2U);
+  ASSERT_EQ(keptLines.size(), 2U);
   const std::string prefix = "ZRPOPFLT.Device: ";
-  EXPECT_EQ(sinkLines[0].text, prefix + std::string(511 - prefix.size(), 'x'));
-  EXPECT_EQ(sinkLines[1].text, std::string(511, 'x'));
-  EXPECT_EQ(debuggerLines, (std::vector<std::string>{sinkLines[0].text, sinkLines[1].text}));
+  EXPECT_EQ(keptLines[0].second, prefix + std::string(511 - prefix.size(), 'x'));
+  EXPECT_EQ(keptLines[1].second, std::string(511, 'x'));
+  EXPECT_EQ(debuggerLines, (std::vector<std::string>{keptLines[0].second, keptLines[1].second}));
 }
 
-TEST_F(DebugLog, APercentInAnArgumentIsText) {
-  SetState(7, 2, 1);
-  g_DeviceLog.Log(1, "%s\n", "100%s%n");
-  ASSERT_EQ(debuggerLines.size(), 1U);
-  EXPECT_EQ(debuggerLines[0], "ZRPOPFLT.Device: 100%s%n\n");
-}
-
-TEST_F(DebugLog, WideTextAndPointersPrint) {
-  g_DeviceLog.LogWide(1, "PDO(0x%lx): ID(%S)\n", LogWord(reinterpret_cast<void*>(0xabc)),
-                      WIDE_TEXT("USB\\VID_1"));
-  g_DeviceLog.Log(1, "status 0x%lx\n", LogWord(STATUS_UNSUCCESSFUL));
-  ASSERT_EQ(sinkLines.size(), 2U);
-  EXPECT_EQ(sinkLines[0].text, "ZRPOPFLT.Device: PDO(0xabc): ID(USB\\VID_1)\n");
-  EXPECT_EQ(sinkLines[1].text, "ZRPOPFLT.Device: status 0xc0000001\n");
-}
-
-TEST_F(DebugLog, StatementsRunAtDispatchLevel) {
+TEST_F(DebugLog, TextsAndPointersPrintAtAnyLevel) {
   const zr::host::AtIrql dispatch(DISPATCH_LEVEL);
   SetState(7, 2, 1);
-  g_DeviceLog.Log(1, "value %d\n", 5);
-  EXPECT_EQ(sinkLines.size(), 1U);
+  g_DeviceLog.Log(1, "%s\n", "100%s%n");
+  g_DeviceLog.Log(1, "status 0x%lx\n", LogWord(STATUS_UNSUCCESSFUL));
+  EXPECT_EQ(debuggerLines, (std::vector<std::string>{"ZRPOPFLT.Device: 100%s%n\n",
+                                                     "ZRPOPFLT.Device: status 0xc0000001\n"}));
+}
+
+TEST_F(DebugLog, WideTextPrints) {
+  g_DeviceLog.LogWide(1, "PDO(0x%lx): ID(%S)\n", LogWord(reinterpret_cast<void*>(0xabc)),
+                      WIDE_TEXT("USB\\VID_1"));
+  ASSERT_EQ(keptLines.size(), 1U);
+  EXPECT_EQ(keptLines[0].second, "ZRPOPFLT.Device: PDO(0xabc): ID(USB\\VID_1)\n");
 }
 
 // Statements inside statements, as where a hook's own code logs: each must find its own record.
 int nestingDepth = 0;
 DebugModule* const kNested[] = {&g_DrvMainLog, &g_DeviceLog, &g_RegistryLog, &g_USBIrpsLog};
 
-void LogDeeper(ULONG level, const char* line) {
+void LogDeeper(ULONG /*level*/, const char* /*line*/) {
   const int depth = nestingDepth++;
   if (depth < 3) kNested[depth + 1]->Log(1, "depth %d\n", depth + 1);
-  KeepHandle(level, line);
+  TraceRecord* const record = TraceRecordFind();
+  foundHandles.push_back(record == nullptr ? -99 : record->ModuleHandle);
+  if (record != nullptr) TraceRecordClear(record);
 }
 
 TEST_F(DebugLog, TheRecordFoundIsThatOfTheInnermostStatement) {

@@ -1,9 +1,7 @@
 // Levels of the modules from the registry, and the order of their registration.
 #include "support/debug_modules.h"
 
-#include <gtest/gtest.h>
-
-#include "platform/host/control/io_control.h"
+#include "tests/platform/device_stack.h"
 #include "tests/support/support_fixture.h"
 
 using namespace zr::test;
@@ -63,7 +61,6 @@ TEST_F(DebugModules, RegistrationKeepsItsOrderAndLeavesNothingEnabled) {
   for (LONG i = 0; i < 6; ++i)
     EXPECT_STREQ(ModuleTable[i].Name, tags[i]);
   EXPECT_EQ(g_USBIrpsLog.State().Handle, 5);
-  EXPECT_EQ(g_DeviceLog.State().Level, 4U);
   EXPECT_EQ(ModuleTable[1].Level, 4U);
   EXPECT_EQ(g_DeviceLog.State().Enable, 0U);
 
@@ -74,15 +71,9 @@ TEST_F(DebugModules, RegistrationKeepsItsOrderAndLeavesNothingEnabled) {
   ModuleTable[1].Callback(2, 0);
 }
 
-NTSTATUS NTAPI EmptyEntry(PDRIVER_OBJECT /*driver*/, PUNICODE_STRING /*path*/) {
-  return STATUS_SUCCESS;
-}
-
 TEST_F(DebugModules, ADeviceHasAKeyOfItsOwn) {
-  const zr::host::LoadedDriver bus(&EmptyEntry);
-  PDEVICE_OBJECT device = nullptr;
-  ASSERT_EQ(IoCreateDevice(bus.Object(), 0, nullptr, FILE_DEVICE_UNKNOWN, 0, FALSE, &device),
-            STATUS_SUCCESS);
+  const Layer bus;
+  PDEVICE_OBJECT const device = bus.Device();
   EXPECT_EQ(LevelOf("Device", device), 2U) << "no key of a device";
   zr::host::SetDeviceProperties(device, {u"Camera", {u"USB\\VID_1"}, u"camera"});
   EXPECT_EQ(LevelOf("Device", device), 2U) << "no levels below it";
@@ -92,7 +83,6 @@ TEST_F(DebugModules, ADeviceHasAKeyOfItsOwn) {
   EXPECT_EQ(LevelOf("Device", device), 1U);
   EXPECT_EQ(RightsAskedOf(driverKey, device), 0xF0000U);
   EXPECT_EQ(RightsAskedOf(levels, device), 0xF003FU);
-  IoDeleteDevice(device);
 }
 
 }  // namespace

@@ -1,70 +1,51 @@
 // The three states of the hook table, and the module table's limits.
 #include "support/perf_hooks.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/support_fixture.h"
 
 using namespace zr::test;
 
 namespace {
 
-void CallEveryServiceHook() {
-  PerfHooks.PerfDebugSink(1, "line");
-  PerfHooks.PerfTimerStart(1);
-  PerfHooks.PerfTimerStop(1);
-  PerfHooks.PerfTimerReset(1);
-  PerfHooks.PerfCounterAdd(1, 2, 3);
-  PerfHooks.PerfCounterSet(1, 2, 3);
-  PerfHooks.PerfSetName(1, "name");
-  PerfHooks.PerfSpanStart(9);
-  PerfHooks.PerfSpanStop(9);
-  PerfHooks.PerfSpanReset(9);
-  PerfHooks.PerfSpanName(9, "name");
-  PerfHooks.PerfSpanAdd(9, 1, 2);
-  PerfHooks.PerfSpanSet(9, 1, 2);
-  PerfHooks.PerfModeCall1(1, 2);
-  PerfHooks.PerfModeCall2(1, 2);
-  PerfHooks.PerfRegisterGlobalFlag(0, "name", nullptr, nullptr);
-  PerfHooks.PerfModeCall4(1, 2);
-  PerfHooks.PerfModeReserved();
-  PerfHooks.PerfModeEnableStat(1);
-}
+constexpr void (*kServiceHooks[])() = {
+    [] { PerfHooks.PerfDebugSink(1, "line"); },
+    [] { PerfHooks.PerfTimerStart(1); },
+    [] { PerfHooks.PerfTimerStop(1); },
+    [] { PerfHooks.PerfTimerReset(1); },
+    [] { PerfHooks.PerfCounterAdd(1, 2, 3); },
+    [] { PerfHooks.PerfCounterSet(1, 2, 3); },
+    [] { PerfHooks.PerfSetName(1, "name"); },
+    [] { PerfHooks.PerfSpanStart(9); },
+    [] { PerfHooks.PerfSpanStop(9); },
+    [] { PerfHooks.PerfSpanReset(9); },
+    [] { PerfHooks.PerfSpanName(9, "name"); },
+    [] { PerfHooks.PerfSpanAdd(9, 1, 2); },
+    [] { PerfHooks.PerfSpanSet(9, 1, 2); },
+    [] { PerfHooks.PerfModeCall1(1, 2); },
+    [] { PerfHooks.PerfModeCall2(1, 2); },
+    [] { PerfHooks.PerfRegisterGlobalFlag(0, "name", nullptr, nullptr); },
+    [] { PerfHooks.PerfModeCall4(1, 2); },
+    [] { PerfHooks.PerfModeReserved(); },
+    [] { PerfHooks.PerfModeEnableStat(1); },
+    [] { EXPECT_EQ(PerfHooks.PerfModeQuery(1), 0U); }};
+
+constexpr void (*kDriverHooks[])() = {
+    [] { PerfHooks.PerfAttach(nullptr, nullptr, nullptr); }, [] { PerfHooks.PerfDetach(); },
+    [] { PerfHooks.PerfHookDriver(nullptr); }, [] { PerfHooks.PerfUnhookDriver(); },
+    [] { PerfHooks.PerfRegisterModule("tag", 0, nullptr); }};
 
 void ExpectEveryHookStops() {
-  constexpr ULONG kStop = 0xDEADBEEF;
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfAttach(nullptr, nullptr, nullptr); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfDetach(); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfHookDriver(nullptr); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfUnhookDriver(); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfRegisterModule("tag", 0, nullptr); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfDebugSink(1, "line"); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfTimerStart(1); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfTimerStop(1); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfTimerReset(1); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfCounterAdd(1, 2, 3); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfCounterSet(1, 2, 3); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSetName(1, "name"); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanStart(9); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanStop(9); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanReset(9); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanName(9, "name"); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanAdd(9, 1, 2); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfSpanSet(9, 1, 2); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeCall1(1, 2); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeCall2(1, 2); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfRegisterGlobalFlag(0, "", nullptr, nullptr); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeCall4(1, 2); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeQuery(1); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeReserved(); }), kStop);
-  EXPECT_EQ(BugCheckOf([] { PerfHooks.PerfModeEnableStat(1); }), kStop);
+  for (auto* const hook : kServiceHooks)
+    EXPECT_EQ(BugCheckOf(hook), 0xDEADBEEF);
+  for (auto* const hook : kDriverHooks)
+    EXPECT_EQ(BugCheckOf(hook), 0xDEADBEEF);
 }
 
 TEST(PerfHooks, StopOutsideTheDriversLifetimeAndRestInside) {
   ExpectEveryHookStops();
   PerfHooksInit();
-  CallEveryServiceHook();
-  EXPECT_EQ(PerfHooks.PerfModeQuery(1), 0U);
+  for (auto* const hook : kServiceHooks)
+    hook();
   PerfHooksShutdown();
   ExpectEveryHookStops();
 }

@@ -1,10 +1,9 @@
 // Values with defaults, and what is told of a key that cannot be opened or read.
 #include "support/registry_access.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <string>
-#include <vector>
 
 #include "tests/support/support_fixture.h"
 
@@ -15,19 +14,7 @@ namespace {
 
 constexpr const char16_t* kPath = u"\\Registry\\Machine\\Software\\Test";
 
-std::vector<std::string> lines;
-void KeepLine(ULONG level, const char* line) {
-  EXPECT_EQ(level, 3U) << line;
-  lines.emplace_back(line);
-}
-
-class RegistryAccess : public SupportFixture {
- protected:
-  RegistryAccess() {
-    lines.clear();
-    PerfHooks.PerfDebugSink.Set(&KeepLine);
-  }
-};
+using RegistryAccess = SupportFixture;
 
 TEST_F(RegistryAccess, ReadsValuesOrDefaults) {
   SetRegistryDword(kPath, u"Present", 17);
@@ -52,6 +39,7 @@ TEST_F(RegistryAccess, ReadsValuesOrDefaults) {
 }
 
 TEST_F(RegistryAccess, OpeningTellsItsStatus) {
+  KeepLines();
   SetRegistryDword(kPath, u"Present", 17);
   zr::host::LimitKeyAccess(kPath, KEY_QUERY_VALUE);
   HANDLE key = nullptr;
@@ -62,12 +50,12 @@ TEST_F(RegistryAccess, OpeningTellsItsStatus) {
   EXPECT_EQ(RegistryOpenKey(key, KEY_QUERY_VALUE, WIDE_TEXT("Below"), &key), STATUS_INVALID_HANDLE);
   EXPECT_EQ(RegistryOpenKey(nullptr, KEY_QUERY_VALUE, u"\\Registry\\Machine\\None", &key),
             STATUS_OBJECT_NAME_NOT_FOUND);
-  EXPECT_EQ(lines,
-            (std::vector<std::string>{
-                "ZRPOPFLT.Registry: ZwOpenKey status=0x00000000\n",
-                "ZRPOPFLT.Registry: ZwOpenKey failed status=0xc0000022 (STATUS_ACCESS_DENIED)\n",
-                "ZRPOPFLT.Registry: ZwOpenKey failed status=0xc0000008 (STATUS_INVALID_HANDLE)\n",
-                "ZRPOPFLT.Registry: ZwOpenKey status=0xc0000034\n"}));
+  const std::pair<ULONG, std::string> expected[] = {
+      {3, "ZRPOPFLT.Registry: ZwOpenKey status=0x00000000\n"},
+      {3, "ZRPOPFLT.Registry: ZwOpenKey failed status=0xc0000022 (STATUS_ACCESS_DENIED)\n"},
+      {3, "ZRPOPFLT.Registry: ZwOpenKey failed status=0xc0000008 (STATUS_INVALID_HANDLE)\n"},
+      {3, "ZRPOPFLT.Registry: ZwOpenKey status=0xc0000034\n"}};
+  EXPECT_THAT(keptLines, testing::ElementsAreArray(expected));
 }
 
 TEST_F(RegistryAccess, TablesKeepWhatIsMissing) {

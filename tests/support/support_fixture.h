@@ -4,8 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <mutex>
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/host/control/debug_control.h"
@@ -33,6 +34,22 @@ class SupportFixture : public testing::Test {
     EXPECT_EQ(host::OpenKeyCount(), 0U);
   }
 };
+
+/// What went to the debug sink since KeepLines was called, with its level. Hooks are plain
+/// functions, so that it lies here.
+inline std::vector<std::pair<ULONG, std::string>> keptLines;
+
+inline void KeepLines() {
+  keptLines.clear();
+  PerfHooks.PerfDebugSink.Set(
+      [](ULONG level, const char* line) { keptLines.emplace_back(level, line); });
+}
+
+/// How many of them hold a part.
+inline auto CountLines(const std::string& part) {
+  return std::ranges::count_if(
+      keptLines, [&part](const auto& line) { return line.second.find(part) != std::string::npos; });
+}
 
 /// Runs a call that must stop the system and gives the code.
 template <typename Call>

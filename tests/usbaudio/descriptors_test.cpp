@@ -1,6 +1,4 @@
 // What the walk makes of configuration descriptors, whole and broken.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <vector>
 
@@ -13,38 +11,38 @@ namespace {
 using Bytes = std::vector<UCHAR>;
 
 struct FormatRow {
+  const char* what;
   Bytes descriptor;
   AltSetFormat expected;
-  const char* what;
 };
 
 // What the row holds before each descriptor.
 const AltSetFormat kUntouched = {1, 8, 4, 12345};
 
 const FormatRow kFormatRows[] = {
-    {{0x0B, 0x24, 2, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, {1, 16, 1, 16000}, "one rate"},
-    {{0x0E, 0x24, 2, 1, 1, 2, 16, 2, 0x40, 0x1F, 0, 0x80, 0x3E, 0},
-     {1, 16, 1, 8000},
-     "the first of two rates"},
-    {{0x0E, 0x24, 2, 1, 1, 2, 16, 0, 0x40, 0x1F, 0, 0x80, 0xBB, 0},
-     {0, 16, 1, 0},
-     "a continuous range"},
-    {{0x0B, 0x24, 2, 1, 0, 2, 16, 1, 0x80, 0x3E, 0}, {0, 16, 0, 16000}, "no channels"},
-    {{0x0B, 0x24, 2, 3, 2, 3, 24, 1, 0, 0x77, 1}, {1, 24, 2, 96000}, "type III, 24-bit rate"},
-    {{0x0C, 0x24, 2, 2, 0, 1, 0, 4, 1, 0x80, 0x3E, 0}, {1, 8, 4, 16000}, "type II, a rate alone"},
-    {{0x0C, 0x24, 2, 2, 0, 1, 0, 4, 0, 0x40, 0x1F, 0}, kUntouched, "type II, a range"},
-    {{0x04, 0x24, 2, 9}, kUntouched, "an unknown type"},
-    {{0x03, 0x24, 2}, kUntouched, "too short for a type"},
-    {{0x07, 0x24, 2, 1, 1, 2, 16}, kUntouched, "type I without its last fixed field"},
-    {{0x08, 0x24, 2, 2, 0, 1, 0, 4}, kUntouched, "type II without its last fixed field"},
-    {{0x0A, 0x24, 2, 1, 1, 2, 16, 3, 0x40, 0x1F}, {0, 16, 1, 0}, "rates that do not fit"},
-    {{0x0C, 0x24, 2, 1, 1, 2, 16, 200, 0x80, 0x3E, 0, 9},
-     {1, 16, 1, 16000},
-     "a list that ends at the last whole rate"},
-    {{0x0B, 0x24, 1, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, kUntouched, "another subtype"},
-    {{0x0B, 0x25, 2, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, kUntouched, "an endpoint's descriptor"},
-    {{0x02, 0x24}, kUntouched, "a descriptor of two bytes"},
-    {{0x00, 0x24, 2, 1, 1, 2, 16, 0}, kUntouched, "no length: the walk ends"},
+    {"one rate", {0x0B, 0x24, 2, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, {1, 16, 1, 16000}},
+    {"the first of two rates",
+     {0x0E, 0x24, 2, 1, 1, 2, 16, 2, 0x40, 0x1F, 0, 0x80, 0x3E, 0},
+     {1, 16, 1, 8000}},
+    {"a continuous range",
+     {0x0E, 0x24, 2, 1, 1, 2, 16, 0, 0x40, 0x1F, 0, 0x80, 0xBB, 0},
+     {0, 16, 1, 0}},
+    {"no channels", {0x0B, 0x24, 2, 1, 0, 2, 16, 1, 0x80, 0x3E, 0}, {0, 16, 0, 16000}},
+    {"type III, 24-bit rate", {0x0B, 0x24, 2, 3, 2, 3, 24, 1, 0, 0x77, 1}, {1, 24, 2, 96000}},
+    {"type II, a rate alone", {0x0C, 0x24, 2, 2, 0, 1, 0, 4, 1, 0x80, 0x3E, 0}, {1, 8, 4, 16000}},
+    {"type II, a range", {0x0C, 0x24, 2, 2, 0, 1, 0, 4, 0, 0x40, 0x1F, 0}, kUntouched},
+    {"an unknown type", {0x04, 0x24, 2, 9}, kUntouched},
+    {"too short for a type", {0x03, 0x24, 2}, kUntouched},
+    {"type I without its last fixed field", {0x07, 0x24, 2, 1, 1, 2, 16}, kUntouched},
+    {"type II without its last fixed field", {0x08, 0x24, 2, 2, 0, 1, 0, 4}, kUntouched},
+    {"rates that do not fit", {0x0A, 0x24, 2, 1, 1, 2, 16, 3, 0x40, 0x1F}, {0, 16, 1, 0}},
+    {"a list up to the last whole rate",
+     {0x0C, 0x24, 2, 1, 1, 2, 16, 200, 0x80, 0x3E, 0, 9},
+     {1, 16, 1, 16000}},
+    {"another subtype", {0x0B, 0x24, 1, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, kUntouched},
+    {"an endpoint's descriptor", {0x0B, 0x25, 2, 1, 1, 2, 16, 1, 0x80, 0x3E, 0}, kUntouched},
+    {"a descriptor of two bytes", {0x02, 0x24}, kUntouched},
+    {"no length: the walk ends", {0x00, 0x24, 2, 1, 1, 2, 16, 0}, kUntouched},
 };
 
 bool operator==(const AltSetFormat& a, const AltSetFormat& b) {
@@ -72,7 +70,7 @@ TEST_F(Descriptors, RowsLastUntilADescriptorTouchesThem) {
   const Bytes typeTwo = {0x0C, 0x24, 2, 2, 0, 1, 0, 4, 1, 0x80, 0x3E, 0};
   device_.SelectConfiguration(ConfigurationOf({typeTwo, TypeOneFormat(16, 1, {48000})}));
   EXPECT_TRUE((Row(1) == AltSetFormat{0, 0, 0, 16000})) << "type II over an empty row";
-  device_.answer = [](PIRP irp) { return CompleteWith(irp, STATUS_UNSUCCESSFUL); };
+  device_.answer = [](PIRP irp) { return Complete(irp, STATUS_UNSUCCESSFUL); };
   device_.SelectConfiguration(ConfigurationOf({TypeOneFormat(16, 1, {8000})}));
   EXPECT_EQ(Row(1).SamplesPerSecond, 8000U) << "a failed selection counts like any other";
   device_.SelectConfiguration({});
@@ -83,15 +81,14 @@ TEST_F(Descriptors, RowsLastUntilADescriptorTouchesThem) {
 // A format behind two interface descriptors: the first is an audio stream of setting 1.
 TEST_F(Descriptors, OnlyAudioStreamingInterfacesCount) {
   constexpr ULONG kNone = MAX_ALT_SETS_SUPPORTED;
-  struct Row {
+  const struct {
     UCHAR length;
     UCHAR setting;
     UCHAR interfaceClass;
     UCHAR subClass;
     ULONG described;
-  };
-  const Row rows[] = {{9, 19, 1, 2, 19},    {9, 20, 1, 2, kNone}, {9, 3, 1, 1, kNone},
-                      {9, 3, 14, 2, kNone}, {11, 3, 1, 2, 3},     {10, 3, 14, 2, 1}};
+  } rows[] = {{9, 19, 1, 2, 19},    {9, 20, 1, 2, kNone}, {9, 3, 1, 1, kNone},
+              {9, 3, 14, 2, kNone}, {11, 3, 1, 2, 3},     {10, 3, 14, 2, 1}};
   for (const auto& row : rows) {
     InterceptedDevice device;
     Bytes bytes = {row.length, 4, 1, row.setting, 1, row.interfaceClass, row.subClass};

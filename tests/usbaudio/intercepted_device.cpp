@@ -3,45 +3,12 @@
 namespace zr::test {
 namespace {
 
-struct Extension {
-  InterceptedDevice* self;
-};
-
-InterceptedDevice& SelfOf(PDEVICE_OBJECT device) {
-  return *static_cast<Extension*>(device->DeviceExtension)->self;
-}
-
-NTSTATUS NTAPI BottomDispatch(PDEVICE_OBJECT device, PIRP irp) {
-  return SelfOf(device).answer(irp);
-}
-
-NTSTATUS NTAPI TopDispatch(PDEVICE_OBJECT device, PIRP irp) {
-  return DispatchTop(SelfOf(device), irp);
-}
-
-template <PDRIVER_DISPATCH dispatch>
-NTSTATUS NTAPI Enter(PDRIVER_OBJECT driver, PUNICODE_STRING /*registryPath*/) {
-  for (PDRIVER_DISPATCH& function : driver->MajorFunction)
-    function = dispatch;
-  return STATUS_SUCCESS;
-}
-
-PDEVICE_OBJECT MakeDevice(PDRIVER_OBJECT driver, InterceptedDevice* self) {
-  PDEVICE_OBJECT device = nullptr;
-  EXPECT_EQ(
-      IoCreateDevice(driver, sizeof(Extension), nullptr, FILE_DEVICE_UNKNOWN, 0, FALSE, &device),
-      STATUS_SUCCESS);
-  static_cast<Extension*>(device->DeviceExtension)->self = self;
-  device->Flags &= ~DO_DEVICE_INITIALIZING;
-  return device;
-}
-
 // Ends a request of the test: the IRP stays with its maker.
 struct Ending {
   KEVENT event;
   bool wasPending = false;
 };
-NTSTATUS NTAPI KeepIrp(PDEVICE_OBJECT /*device*/, PIRP irp, PVOID context) {
+NTSTATUS NTAPI EndRequest(PDEVICE_OBJECT /*device*/, PIRP irp, PVOID context) {
   auto* const ending = static_cast<Ending*>(context);
   ending->wasPending = irp->PendingReturned != 0;
   KeSetEvent(&ending->event, IO_NO_INCREMENT, FALSE);
@@ -54,33 +21,15 @@ void Append(std::vector<UCHAR>& bytes, const std::vector<UCHAR>& more) {
 
 }  // namespace
 
-NTSTATUS DispatchTop(InterceptedDevice& self, PIRP irp) {
-  if (RemoveLockAcquire(irp, &self.lock_) != STATUS_SUCCESS) {
-    return CompleteWith(irp, STATUS_DELETE_PENDING);
-  }
-  ULONG handled = 0;
-  const NTSTATUS taken = self.interception_->Dispatch(irp, &handled);
-  if (handled != 0) return taken;
-  EXPECT_EQ(taken, STATUS_SUCCESS);
-  ++self.passedThrough;
-  IoSkipCurrentIrpStackLocation(irp);
-  const NTSTATUS status = IoCallDriver(self.lower_, irp);
-  RemoveLockRelease(irp, &self.lock_);
-  return status;
-}
-
-InterceptedDevice::InterceptedDevice() : InterceptedDevice(nullptr) {}
-
 InterceptedDevice::InterceptedDevice(PDEVICE_OBJECT bottom)
-    : answer([](PIRP irp) { return CompleteWith(irp, STATUS_SUCCESS); }),
-      bottomDriver_(&Enter<&BottomDispatch>),
-      topDriver_(&Enter<&TopDispatch>) {
+    : answer([](PIRP irp) { return Complete(irp, STATUS_SUCCESS); }),
+      ownBottom_([this](PDEVICE_OBJECT /*device*/, PIRP irp) { return answer(irp); }),
+      top_(bottom == nullptr ? ownBottom_.Device() : bottom) {
+  top_.dispatch = [this](PDEVICE_OBJECT /*device*/, PIRP irp) { return DispatchTop(irp); };
   RemoveLockInit(&lock_);
-  if (bottom == nullptr) bottom = ownBottom_ = MakeDevice(bottomDriver_.Object(), this);
-  top_ = MakeDevice(topDriver_.Object(), this);
-  lower_ = IoAttachDeviceToDeviceStack(top_, bottom);
   interception_ = new (NonPagedPool) CUSBIRPs;
-  EXPECT_EQ(interception_->Init(top_, lower_, bottom, nullptr, &lock_), STATUS_SUCCESS);
+  EXPECT_EQ(interception_->Init(Top(), top_.Lower(), top_.Lower(), nullptr, &lock_),
+            STATUS_SUCCESS);
 }
 
 InterceptedDevice::~InterceptedDevice() {
@@ -89,22 +38,33 @@ InterceptedDevice::~InterceptedDevice() {
   EXPECT_EQ(RemoveLockAcquire(nullptr, &lock_), STATUS_SUCCESS);
   RemoveLockReleaseAndWait(nullptr, &lock_);
   delete interception_;
-  IoDetachDevice(lower_);
-  IoDeleteDevice(top_);
-  if (ownBottom_ != nullptr) IoDeleteDevice(ownBottom_);
+}
+
+NTSTATUS InterceptedDevice::DispatchTop(PIRP irp) {
+  if (RemoveLockAcquire(irp, &lock_) != STATUS_SUCCESS) {
+    return Complete(irp, STATUS_DELETE_PENDING);
+  }
+  ULONG handled = 0;
+  const NTSTATUS taken = interception_->Dispatch(irp, &handled);
+  if (handled != 0) return taken;
+  EXPECT_EQ(taken, STATUS_SUCCESS);
+  ++passedThrough;
+  IoSkipCurrentIrpStackLocation(irp);
+  const NTSTATUS status = IoCallDriver(top_.Lower(), irp);
+  RemoveLockRelease(irp, &lock_);
+  return status;
 }
 
 NTSTATUS InterceptedDevice::Send(UCHAR major, ULONG ioControlCode, PVOID argument) {
   Ending ending;
   KeInitializeEvent(&ending.event, NotificationEvent, FALSE);
-  PIRP irp = IoAllocateIrp(top_->StackSize, FALSE);
+  PIRP irp = MakeOwnIrp(Top(), major);
   PIO_STACK_LOCATION location = IoGetNextIrpStackLocation(irp);
-  location->MajorFunction = major;
   location->Parameters.DeviceIoControl.IoControlCode = ioControlCode;
   location->Parameters.Others.Argument1 = argument;
-  IoSetCompletionRoutine(irp, &KeepIrp, &ending, TRUE, TRUE, TRUE);
-  const NTSTATUS status = IoCallDriver(top_, irp);
-  KeWaitForSingleObject(&ending.event, Executive, KernelMode, FALSE, nullptr);
+  IoSetCompletionRoutine(irp, &EndRequest, &ending, TRUE, TRUE, TRUE);
+  const NTSTATUS status = IoCallDriver(Top(), irp);
+  WaitForEver(&ending.event);
   wasPending = ending.wasPending;
   IoFreeIrp(irp);
   return status;

@@ -2,33 +2,22 @@
 // offers every request to the interception as the driver's device object does.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <atomic>
-
 #include <cstring>
 #include <functional>
-#include <memory>
 #include <vector>
 
-#include "platform/host/control/io_control.h"
-#include "platform/kernel.h"
 #include "support/debug_log.h"
 #include "support/perf_hooks.h"
 #include "support/remove_lock.h"
 #include "support/tracked_allocator.h"
+#include "tests/platform/device_stack.h"
 #include "usbaudio/usb_irps.h"
 
 namespace zr::test {
 
 /// What the bottom device does with a request: it completes it, at once or on another thread.
 using Answer = std::function<NTSTATUS(PIRP irp)>;
-
-inline NTSTATUS CompleteWith(PIRP irp, NTSTATUS status) {
-  irp->IoStatus.Status = status;
-  IoCompleteRequest(irp, IO_NO_INCREMENT);
-  return status;
-}
 
 /// A URB with room for its packets, and the transfer buffer that it points to.
 class IsochUrb {
@@ -73,15 +62,14 @@ struct LoadedServices {
 class InterceptedDevice {
  public:
   /// Above a device of the test, which sends requests with Send, or above one that exists.
-  InterceptedDevice();
-  explicit InterceptedDevice(PDEVICE_OBJECT bottom);
+  explicit InterceptedDevice(PDEVICE_OBJECT bottom = nullptr);
   ~InterceptedDevice();
   InterceptedDevice(const InterceptedDevice&) = delete;
   InterceptedDevice& operator=(const InterceptedDevice&) = delete;
 
   CUSBIRPs& Interception() { return *interception_; }
   RemoveLock& Lock() { return lock_; }
-  PDEVICE_OBJECT Top() { return top_; }
+  PDEVICE_OBJECT Top() { return top_.Device(); }
 
   /// What the bottom does with the next requests; by default it succeeds at once.
   Answer answer;
@@ -104,13 +92,10 @@ class InterceptedDevice {
   void SelectFormat(UCHAR bits, UCHAR channels, ULONG hertz);
 
  private:
-  friend NTSTATUS DispatchTop(InterceptedDevice& self, PIRP irp);
+  NTSTATUS DispatchTop(PIRP irp);
 
-  zr::host::LoadedDriver bottomDriver_;
-  zr::host::LoadedDriver topDriver_;
-  PDEVICE_OBJECT ownBottom_ = nullptr;
-  PDEVICE_OBJECT top_ = nullptr;
-  PDEVICE_OBJECT lower_ = nullptr;
+  Layer ownBottom_;
+  Layer top_;
   RemoveLock lock_;
   CUSBIRPs* interception_ = nullptr;
 };

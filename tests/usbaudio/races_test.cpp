@@ -1,6 +1,4 @@
 // Completions on several threads, selections between them, the disable flag flipping.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -19,21 +17,11 @@ TEST(Races, NoTransferNoContextNoHoldIsLost) {
   InterceptedDevice device;
   device.answer = [](PIRP irp) {
     const zr::host::AtIrql dispatch(DISPATCH_LEVEL);
-    return CompleteWith(irp, STATUS_SUCCESS);
+    return Complete(irp, STATUS_SUCCESS);
   };
   device.SelectFormat(16, 1, 8000);
   std::atomic<bool> isStreaming = true;
   std::atomic<int> bytes = 0;
-  std::vector<std::thread> streams;
-  for (int t = 0; t < kThreads; ++t) {
-    streams.emplace_back([&] {
-      for (int i = 0; i < kTransfers; ++i) {
-        IsochUrb urb({{0, 32, 0}, {32, 32, 0}}, std::vector<UCHAR>(64, 1));
-        device.SendUrb(urb.Urb());
-        bytes += static_cast<int>(urb.Packets()[0].Length + urb.Packets()[1].Length);
-      }
-    });
-  }
   std::thread selections([&] {
     while (isStreaming)
       device.SelectFormat(16, 1, 48000);
@@ -44,8 +32,13 @@ TEST(Races, NoTransferNoContextNoHoldIsLost) {
       std::this_thread::yield();
     }
   });
-  for (auto& stream : streams)
-    stream.join();
+  OnThreads(kThreads, [&](int) {
+    for (int i = 0; i < kTransfers; ++i) {
+      IsochUrb urb({{0, 32, 0}, {32, 32, 0}}, std::vector<UCHAR>(64, 1));
+      device.SendUrb(urb.Urb());
+      bytes += static_cast<int>(urb.Packets()[0].Length + urb.Packets()[1].Length);
+    }
+  });
   isStreaming = false;
   selections.join();
   flips.join();
@@ -61,7 +54,7 @@ TEST(Races, ARemovalWaitsUntilTheLastRequestIsDoneWith) {
     std::thread completer;
     device.answer = [&](PIRP irp) {
       IoMarkIrpPending(irp);
-      completer = std::thread([irp] { CompleteWith(irp, STATUS_SUCCESS); });
+      completer = std::thread([irp] { Complete(irp, STATUS_SUCCESS); });
       EXPECT_EQ(RemoveLockAcquire(nullptr, &device.Lock()), STATUS_SUCCESS);
       RemoveLockReleaseAndWait(nullptr, &device.Lock());
       EXPECT_EQ(device.Interception().RequestsInFlight(), 0);
