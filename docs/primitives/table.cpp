@@ -1,13 +1,6 @@
 // Prints the page with the table of all primitives, from the list.
 #include <cstdio>
 
-#include "primitives/dispatch/families.h"
-
-#undef IS_IN
-#undef IS_OUT
-#define IS_IN(type, name) true
-#define IS_OUT(type, name) false
-
 namespace {
 
 struct Primitive {
@@ -16,12 +9,11 @@ struct Primitive {
   const char* result;
   const char* parameters;
   const char* summary;
-  bool isPresent;
 };
 
 constexpr Primitive kPrimitives[] = {
 #define PRIMITIVE(family, result, name, parameters, summary) \
-  {#family, #name, #result, #parameters, summary, ENTRY_##family(, )},
+  {#family, #name, #result, #parameters, summary},
 #include "primitives/primitive_list.def"
 };
 
@@ -37,8 +29,7 @@ int main() {
   int slot = 0;
   for (const Primitive& p : kPrimitives) {
     // Parentheses make a name a link to its text.
-    std::printf("| %d | %s%s | %s | `%s %s%s` | %s%s |\n", slot++, p.name, p.isPresent ? "()" : "",
-                p.family, p.result, p.name, p.parameters, p.summary,
-                p.isPresent ? "" : " (*not yet in this version*)");
+    std::printf("| %d | %s() | %s | `%s %s%s` | %s |\n", slot++, p.name, p.family, p.result, p.name,
+                p.parameters, p.summary);
   }
 }
