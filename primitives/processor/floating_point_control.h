@@ -10,19 +10,24 @@ extern "C" {
 
 /// Loads 0x1f80, all exceptions masked and rounding to nearest, into MXCSR; gives the old one.
 uint32_t FpResetMxcsr(void);
+/// MXCSR.
 uint32_t FpGetMxcsr(void);
 /// MXCSR becomes (old and not mask) or (value and mask); gives the old one.
 uint32_t FpSetMxcsr(uint32_t value, uint32_t mask);
 /// Replaces bits 13 and 14 of MXCSR by those of `rounding`; writes it only if they differ.
 void FpSetMxcsrRounding(uint32_t rounding);
+/// Loads the value into MXCSR.
 void FpRestoreMxcsr(uint32_t value);
 
+/// The x87's control word.
 uint32_t FpGetControlWord(void);
 /// The control word becomes (old and not mask) or (value and mask); gives the old one.
 uint32_t FpSetControlWord(uint32_t value, uint32_t mask);
 /// The same, but writes only if the masked bits differ from the value.
 void FpSetControlBits(uint32_t value, uint32_t mask);
+/// Loads the value into the control word.
 void FpRestoreControlWord(uint32_t value);
+/// The x87's status word.
 uint32_t FpGetStatusWord(void);
 /// Clears the exception flags; gives the status word from before.
 uint32_t FpGetAndClearStatusWord(void);
