@@ -49,12 +49,15 @@ inline Wide ShiftRightTiesToEven(Wide value, int32_t shift) {
   return (value + justBelowHalf + oneIfOdd) >> shift;
 }
 
-/// value * 2^shift, saturated, for shifts from 0 to one below the width of Result.
+/// value * 2^shift, saturated, for shifts from 0 to one below the width of Result. Masks choose the
+/// end of the range: a branch would be a gamble in vectors where some elements saturate.
 template <typename Result, typename Wide>
 inline Result ShiftLeftSaturated(Wide value, int32_t shift) {
-  using TwiceAsWide = std::conditional_t<sizeof(Result) == 2, int32_t, int64_t>;
-  static_assert(sizeof(TwiceAsWide) == 2 * sizeof(Result));
-  return Saturate<Result>(static_cast<TwiceAsWide>(Saturate<Result>(value)) << shift);
+  constexpr int32_t kSignBit = std::numeric_limits<Wide>::digits;
+  constexpr Wide kHighest = std::numeric_limits<Result>::max();
+  const Wide ifNegative = value >> kSignBit;
+  const Wide ifBeyond = ((kHighest >> shift) - (value ^ ifNegative)) >> kSignBit;
+  return static_cast<Result>(((value << shift) & ~ifBeyond) | ((kHighest ^ ifNegative) & ifBeyond));
 }
 
 /// value * 2^-scaleFactor, rounded to the nearest integer, ties to even, and saturated, for any
@@ -68,8 +71,7 @@ inline Result ScaleAndSaturate(Wide value, int32_t scaleFactor) {
   if (scaleFactor < 0) {
     // From this shift on all values but 0 and -1 are saturated, and -1 is the lowest result.
     constexpr int32_t kSaturatingShift = std::numeric_limits<Result>::digits;
-    const int32_t shift = scaleFactor < -kSaturatingShift ? kSaturatingShift : -scaleFactor;
-    return ShiftLeftSaturated<Result>(value, shift);
+    return ShiftLeftSaturated<Result>(value, -std::max(scaleFactor, -kSaturatingShift));
   }
   if (scaleFactor > std::numeric_limits<Wide>::digits) return 0;
   return Saturate<Result>(ShiftRightTiesToEven(value, scaleFactor));

@@ -12,11 +12,11 @@ namespace {
 
 constexpr int32_t kMostPosteriorRatio = 100 << 15;
 
-/// The fit over the octave that m is in, Q22.
+/// The fit over the octave that m, at least 128, is in, Q22.
 int64_t OctaveCorrection(uint32_t m) {
-  const auto octave = static_cast<int>(std::bit_width(m >> 8));
+  const int octave = static_cast<int>(std::bit_width(m)) - 8;
   const OctaveFit& fit = kOctaveFits[static_cast<std::size_t>(octave)];
-  const int64_t distance = m - std::bit_floor(m);
+  const int64_t distance = m - (uint32_t{128} << octave);
   return ((((fit.a * distance) >> 13) - fit.b) * distance >> (octave + 5)) + fit.c;
 }
 
@@ -29,8 +29,15 @@ int32_t CorrectedGain(int32_t wienerGain, int32_t posteriorRatio) {
   return static_cast<int32_t>(std::min<int64_t>(corrected, 0x7fffffff));
 }
 
-bool IsInRange(int32_t wienerGain, int32_t posteriorRatio) {
-  return wienerGain >= 0 && posteriorRatio >= 1 && posteriorRatio <= 0x40000000;
+/// Looks at them all, with no way out between: the compiler then takes several at once.
+bool AreInRange(const int32_t* wienerGains, const int32_t* posteriorRatios, int32_t length) {
+  int32_t misfits = 0;
+  for (int32_t i = 0; i < length; ++i) {
+    const int32_t ratio = Load(posteriorRatios, i);
+    const bool isInRange = Load(wienerGains, i) >= 0 && ratio >= 1 && ratio <= 0x40000000;
+    misfits += isInRange ? 0 : 1;
+  }
+  return misfits == 0;
 }
 
 }  // namespace
@@ -43,9 +50,7 @@ int32_t ippsFilterUpdateEMNS_32s(const int32_t* pSrcWienerGain, const int32_t* p
     return kStatusNullPointer;
   }
   if (!IsNoiseLength(len)) return kStatusNoiseLength;
-  for (int32_t i = 0; i < len; ++i) {
-    if (!IsInRange(Load(pSrcWienerGain, i), Load(pSrcPostSNR, i))) return kStatusNoiseRange;
-  }
+  if (!AreInRange(pSrcWienerGain, pSrcPostSNR, len)) return kStatusNoiseRange;
   for (int32_t i = 0; i < len; ++i) {
     Store(pDstGain, i, CorrectedGain(Load(pSrcWienerGain, i), Load(pSrcPostSNR, i)));
   }

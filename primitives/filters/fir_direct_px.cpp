@@ -4,8 +4,20 @@
 #include "primitives/filters/fir_state.h"
 #include "primitives/filters/sliding_dot_products.h"
 #include "primitives/filters/stream_blocks.h"
+#include "primitives/rounding.h"
 
 namespace zr::primitives {
+namespace {
+
+/// d[n] = the sum of each window, rounded once.
+template <typename Sample>
+void FilterWindows(const float* taps, int32_t tapsLen, const Sample* samples, int32_t count,
+                   float* d) {
+  ForEachWindow(taps, tapsLen, samples, count,
+                [d](int32_t n, double sum) { d[n] = RoundToFloat(sum); });
+}
+
+}  // namespace
 
 void FilterDirectly(const int16_t* source, int16_t* d, int32_t count, Fir32f16s* state,
                     int32_t scaleFactor) {
@@ -15,10 +27,10 @@ void FilterDirectly(const int16_t* source, int16_t* d, int32_t count, Fir32f16s*
     const int16_t* const piece = source + first;
     const int32_t head = length < state->directSplit ? length : state->directSplit;
     px::ippsConvert_16s32f(piece, state->delayLine + tapsLen, head);
-    SlidingDotProducts<false>(taps, tapsLen, state->delayLine + 1, head, state->directWork, 1);
+    FilterWindows(taps, tapsLen, state->delayLine + 1, head, state->directWork);
     if (head < length) {
-      SlidingDotProducts<false>(taps, tapsLen, piece + (head - tapsLen + 1), length - head,
-                                state->directWork + head, 1);
+      FilterWindows(taps, tapsLen, piece + (head - tapsLen + 1), length - head,
+                    state->directWork + head);
     }
     PushIntoDelayLine(state, piece, length);
     px::ippsConvert_32f16s_Sfs(state->directWork, d + first, length, kRoundToNearest, scaleFactor);

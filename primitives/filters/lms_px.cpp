@@ -8,6 +8,7 @@
 #include "primitives/filters/sample_rounding.h"
 #include "primitives/filters/sliding_dot_products.h"
 #include "primitives/filters/state_block.h"
+#include "primitives/rounding.h"
 
 using zr::primitives::DoubledRing;
 

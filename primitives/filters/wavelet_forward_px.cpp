@@ -1,15 +1,56 @@
 // Two-band analysis, px build. Outputs whose samples all stand in the block are summed straight
 // from it, the first ones from a ring that the block before has left.
 #include <algorithm>
+#include <array>
 
 #include "primitives/argument_checks.h"
 #include "primitives/dispatch/px_entries.h"
 #include "primitives/filters/sliding_dot_products.h"
 #include "primitives/filters/stream_blocks.h"
 #include "primitives/filters/wavelet_state.h"
+#include "primitives/rounding.h"
 
 namespace zr::primitives {
 namespace {
+
+constexpr int32_t kAtOnce = 4;
+
+/// The sums of kAtOnce outputs in turn, as SumWindows, but over two taps at a time: the samples
+/// that one tap meets stand two apart, and those between them belong to the tap beside it.
+std::array<double, kAtOnce> SumOutputs(const float* taps, int32_t length, const float* samples) {
+  std::array<double, kAtOnce> sums = {};
+  int32_t j = 0;
+  for (; j < length - 1; j += 2) {
+    const double tap = taps[j];
+    const double nextTap = taps[j + 1];
+    const float* const pairs = samples + j;
+    for (std::size_t k = 0; k < kAtOnce; ++k) {
+      sums[k] += tap * static_cast<double>(pairs[2 * k]);
+      sums[k] += nextTap * static_cast<double>(pairs[2 * k + 1]);
+    }
+  }
+  if (j < length) {
+    for (std::size_t k = 0; k < kAtOnce; ++k) {
+      sums[k] += static_cast<double>(taps[j]) * static_cast<double>(samples[2 * k + j]);
+    }
+  }
+  return sums;
+}
+
+/// count outputs, the first of which sums the samples from the first one on.
+void SumAllOutputs(const float* taps, int32_t length, const float* samples, int32_t count,
+                   float* d) {
+  int32_t n = 0;
+  for (; n <= count - kAtOnce; n += kAtOnce) {
+    const auto sums = SumOutputs(taps, length, samples + 2 * n);
+    for (int32_t k = 0; k < kAtOnce; ++k) {
+      Store(d, n + k, RoundToFloat(sums[static_cast<std::size_t>(k)]));
+    }
+  }
+  for (; n < count; ++n) {
+    Store(d, n, RoundToFloat(SumWindows<1>(taps, length, samples + 2 * n)[0]));
+  }
+}
 
 /// The outputs that end in count samples. Returns where the next output goes.
 float* Decimate(AnalysisChannel* channel, const float* samples, int32_t count, float* d) {
@@ -26,8 +67,7 @@ float* Decimate(AnalysisChannel* channel, const float* samples, int32_t count, f
   if (reached < count) {
     const int32_t first = reached + ((reached ^ channel->oddStart) & 1);
     const int32_t outputs = (count - first + 1) / 2;
-    const auto store = [d](int32_t n, double sum) { Store(d, n, RoundToFloat(sum)); };
-    ForEachWindow<false, 2>(taps, length, samples + (first - length + 1), outputs, store);
+    SumAllOutputs(taps, length, samples + (first - length + 1), outputs, d);
     d += outputs;
     history.PushAll(samples, count);  // All of the ring is new.
   }

@@ -7,6 +7,7 @@
 #include "primitives/filters/sliding_dot_products.h"
 #include "primitives/filters/stream_blocks.h"
 #include "primitives/filters/wavelet_state.h"
+#include "primitives/rounding.h"
 
 namespace zr::primitives {
 namespace {
@@ -37,8 +38,8 @@ void Interpolate(SynthesisChannel* channel, const float* values, int32_t count, 
     const int32_t restCount = count - reached;
     const auto putEven = [&](int32_t n, double sum) { put(2 * (reached + n) + phase, sum); };
     const auto putOdd = [&](int32_t n, double sum) { put(2 * (reached + n) + 1 - phase, sum); };
-    ForEachWindow<false, 1>(evenTaps, evenCount, rest - (evenCount - 1), restCount, putEven);
-    ForEachWindow<false, 1>(oddTaps, oddCount, rest - (oddCount - 1 + phase), restCount, putOdd);
+    ForEachWindow(evenTaps, evenCount, rest - (evenCount - 1), restCount, putEven);
+    ForEachWindow(oddTaps, oddCount, rest - (oddCount - 1 + phase), restCount, putOdd);
     history.PushAll(values, count);  // All of the ring is new.
   }
   channel->history = history;

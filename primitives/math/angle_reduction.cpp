@@ -5,55 +5,43 @@
 
 #include <bit>
 
+#include "primitives/math/double_length.h"
+
 namespace zr::primitives {
 namespace {
 
-// 192 bits and more stand behind the point: a double comes as close as 2^-61 to a multiple of pi /
-// 2, and what is left then still fills a head and a tail.
-constexpr int32_t kWindowLimbs = 8;
+// 160 bits and more stand behind the point: a double comes as close as 2^-61 to a multiple of pi /
+// 2, and what is left then still fills a head and most of a tail.
+constexpr int32_t kWindowLimbs = 7;
 using Window = FixedPoint<kWindowLimbs>;
 
-constexpr Window kHalfPi = Pi<kWindowLimbs>().DividedBy(2);
-constexpr double kQuarterPi = Pi<kWindowLimbs>().DividedBy(4).ToDouble();
+constexpr DoubleLength kHalfPi = SplitAtDouble(Pi<kWindowLimbs>().DividedBy(2));
+constexpr double kQuarterPi = kHalfPi.head / 2;
 
-// The bits of 2 / pi behind the point, the highest limb first, with zeros before them. The largest
-// double needs the last ones.
-constexpr int32_t kLeadingZeros = 3;
-constexpr int32_t kLimbs = 42;
+// The largest double needs the last ones of its bits.
+constexpr int32_t kLongLimbs = 39;
+using LongNumber = FixedPoint<kLongLimbs>;
+constexpr LongNumber kTwoOverPi = Reciprocal(Pi<kLongLimbs>().DividedBy(2));
 
-struct TwoOverPi {
-  uint32_t limbs[kLimbs];
-};
-
-constexpr TwoOverPi MakeTwoOverPi() {
-  const auto number = Reciprocal(Pi<kLimbs>().DividedBy(2));
-  TwoOverPi table = {};
-  for (int32_t i = kLeadingZeros; i < kLimbs; ++i)
-    table.limbs[i] = number.limbs[kLimbs - 2 - (i - kLeadingZeros)];
-  return table;
+// factor * 2^exponent * 2 / pi modulo 2^32.
+Window TimesTwoOverPi(uint32_t factor, int32_t exponent) {
+  const int32_t lowestBit = LongNumber::kFractionBits - exponent - Window::kFractionBits;
+  Window window;
+  for (int32_t i = 0; i < kWindowLimbs; ++i)
+    window.limbs[i] = kTwoOverPi.BitsFrom(lowestBit + 32 * i);
+  return window.Times(factor);
 }
-constexpr TwoOverPi kTwoOverPi = MakeTwoOverPi();
 
-// magnitude * 2 / pi modulo 2^32, for magnitudes from 2^-12 up.
-Window TimesTwoOverPi(uint64_t magnitude) {
-  // The magnitude is significand * 2^(32 * limbExponent), the significand of three limbs.
-  const int32_t exponent = static_cast<int32_t>(magnitude >> 52) - 1075;
-  const int32_t limbExponent = exponent >> 5;
-  const int32_t shift = exponent & 31;
-  const uint64_t integer = (magnitude & 0xfffffffffffff) | 0x10000000000000;
-  const uint64_t low = (integer & 0xffffffff) << shift;
-  const uint64_t high = ((integer >> 32) << shift) + (low >> 32);
-  const uint32_t significand[] = {static_cast<uint32_t>(low), static_cast<uint32_t>(high),
-                                  static_cast<uint32_t>(high >> 32)};
-  Window product;
-  for (int32_t i = 0; i < 3; ++i) {
-    const int32_t first = kLeadingZeros + limbExponent + i - 1;
-    Window window;
-    for (int32_t j = 0; j < kWindowLimbs; ++j)
-      window.limbs[kWindowLimbs - 1 - j] = kTwoOverPi.limbs[first + j];
-    product = product + window.Times(significand[i]);
+// What number lies above the nearest integer.
+DoubleLength AboveNearestInteger(const Window& number) {
+  double unit = 0x1p-32;
+  DoubleLength sum = {static_cast<int32_t>(number.limbs[kWindowLimbs - 2]) * unit, 0.0};
+  for (int32_t i = kWindowLimbs - 3; i >= 0; --i) {
+    unit *= 0x1p-32;
+    const DoubleLength next = OrderedSum(sum.head, number.limbs[i] * unit);
+    sum = {next.head, sum.tail + next.tail};
   }
-  return product;
+  return sum;
 }
 
 }  // namespace
@@ -64,18 +52,22 @@ ReducedAngle ReduceAngle(double x) {
   const uint64_t magnitude = bits & ~kSign;
   if (magnitude <= std::bit_cast<uint64_t>(kQuarterPi)) return {{x, 0.0}, 0};
 
-  Window fraction = TimesTwoOverPi(magnitude);
-  uint32_t quadrant = fraction.limbs[kWindowLimbs - 1];
-  fraction.limbs[kWindowLimbs - 1] = 0;
-  const bool isRoundedUp = fraction.limbs[kWindowLimbs - 2] >= 0x80000000;
-  if (isRoundedUp) {
-    ++quadrant;
-    fraction = Window::Ratio(1, 1) - fraction;
-  }
+  // The bits of a float, and those that it does not have.
+  constexpr int32_t kLowBits = 29;
+  const int32_t exponent = static_cast<int32_t>(magnitude >> 52) - 1075;
+  const uint64_t integer = (magnitude & 0xfffffffffffff) | 0x10000000000000;
+  const auto low = static_cast<uint32_t>(integer) & ((uint32_t{1} << kLowBits) - 1);
+  Window turns = TimesTwoOverPi(static_cast<uint32_t>(integer >> kLowBits), exponent + kLowBits);
+  if (low != 0) turns = turns + TimesTwoOverPi(low, exponent);
+
+  const uint32_t quadrant = turns.limbs[kWindowLimbs - 1] + (turns.limbs[kWindowLimbs - 2] >> 31);
+  const DoubleLength part = AboveNearestInteger(turns);
+  const double product = part.head * kHalfPi.head;
+  const DoubleLength remainder =
+      OrderedSum(product, ErrorOfProduct(part.head, kHalfPi.head, product) +
+                              (part.head * kHalfPi.tail + part.tail * kHalfPi.head));
   const bool isNegative = (bits & kSign) != 0;
-  const DoubleLength remainder = SplitAtDouble(fraction * kHalfPi);
-  return {isRoundedUp != isNegative ? Negated(remainder) : remainder,
-          (isNegative ? 0 - quadrant : quadrant) % 4};
+  return {isNegative ? Negated(remainder) : remainder, (isNegative ? 0 - quadrant : quadrant) % 4};
 }
 
 }  // namespace zr::primitives

@@ -16,19 +16,12 @@
 namespace zr::primitives::px {
 namespace {
 
-float Rounded(double root, float /*type*/) {
-  return RoundToFloat(root);
-}
-double Rounded(double root, double /*type*/) {
-  return root;
-}
-
 // A zero gives itself; what is not positive then, NaNs too, gives the NaN and a warning.
 template <typename Real>
 int32_t SquareRoots(const Real* a, Real* d, int32_t n) {
   int32_t warning = kStatusOk;
   const auto root = [&warning](Real x) {
-    if (x > Real{0}) return Rounded(std::sqrt(double{x}), x);
+    if (x > Real{0}) return std::sqrt(x);
     if (x == Real{0}) return x;
     warning = kStatusNegativeSqrt;
     return kZeroOverZero<Real>;
@@ -57,7 +50,7 @@ float NaturalLogarithm(float x) {
 int32_t ippsSqrt_32f(const float* a, float* d, int32_t n) {
   int32_t warning = kStatusOk;
   const auto root = [&warning](float x) {
-    if (x > 0.0F) return RoundToFloat(std::sqrt(double{x}));
+    if (x > 0.0F) return std::sqrt(x);
     if (!(x < 0.0F)) return 0.0F;
     warning = kStatusNegativeSqrt;
     return kZeroOverZero<float>;
