@@ -1,5 +1,5 @@
-// Powers and exponentials of doubles: special elements and their codes, exact powers, and the error
-// against the C library's functions in long double, down to the smallest subnormal.
+// Powers and exponentials of doubles: special elements and their codes, and exact powers. How
+// accurate they are, accuracy/math_accuracy.cpp tests.
 #include "primitives/math/double_math.h"
 
 #include <gtest/gtest.h>
@@ -10,14 +10,9 @@
 
 #include "primitives/element_words.h"
 #include "primitives/math/elementary_functions.h"
-#include "tests/primitives/ulps.h"
 
 namespace zr::primitives {
 namespace {
-
-using test::RandomElements;
-using test::Ulps;
-using test::Uniform;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -123,45 +118,6 @@ TEST(DoubleMath, LastExceptionalElementDecides) {
   const std::vector<double> powers = {0.5, 2.0};
   EXPECT_EQ(ippsPow_64f(bases.data(), powers.data(), results.data(), 2), 19);
   EXPECT_EQ(results[1], 9.0);
-}
-
-// In the last range a second rounding would cost up to a quarter of a unit.
-TEST(DoubleMath, ErrorIsBarelyMoreThanHalfAUnit) {
-  const struct {
-    double low;  // Of the natural logarithm of the result.
-    double high;
-    double bound;
-  } ranges[] = {{-708.39, 709.78, 0.515},
-                {-1e-3, 1e-3, 0.515},
-                {-745.0, -708.4, 0.51},
-                {-712.0, -708.4, 0.51}};
-  RandomElements random(11, false);
-  for (const auto& range : ranges) {
-    for (int i = 0; i < 20000; ++i) {
-      const double logarithm = Uniform(&random, range.low, range.high);
-      double result = 0.0;
-      ASSERT_EQ(ippsExpAccurate_64f(&logarithm, &result, 1), 0);
-      const auto power = [=] { return std::exp(static_cast<long double>(logarithm)); };
-      EXPECT_LE(Ulps(result, power), range.bound) << logarithm;
-      ASSERT_EQ(ippsExp_64f(&logarithm, &result, 1), 0);
-      EXPECT_LE(Ulps(result, power), range.bound) << logarithm;
-
-      // Bases of all magnitudes, and ones so close to 1 that the logarithm is short of digits.
-      const double scale = std::ldexp(1.0, -static_cast<int>(random.Bits() % 50));
-      const double base = i % 2 == 0 ? std::exp(Uniform(&random, -700.0, 700.0))
-                                     : 1.0 + scale * Uniform(&random, 0.01, 1.0);
-      const double exponent = logarithm / std::log(base);
-      ASSERT_EQ(ippsPow_64f(&base, &exponent, &result, 1), 0);
-      const long double wideBase = base;
-      EXPECT_LE(Ulps(result, [=] { return std::pow(wideBase, exponent); }), 0.54)
-          << base << ' ' << exponent;
-    }
-  }
-  // The largest finite result.
-  const double last = 709.782712893384;
-  double result = 0.0;
-  EXPECT_EQ(ippsExpAccurate_64f(&last, &result, 1), 0);
-  EXPECT_LE(Ulps(result, [=] { return std::exp(static_cast<long double>(last)); }), 0.52);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Roots, exponentials, logarithms and polar parts: the edges that tell the forms apart, groups of
-// exponentials, and the error against the C library's functions in long double.
+// Roots, exponentials, logarithms and polar parts: the edges that tell the forms apart, and groups
+// of exponentials. How accurate they are, accuracy/math_accuracy.cpp tests.
 #include "primitives/math/elementary_functions.h"
 
 #include <gtest/gtest.h>
@@ -10,9 +10,6 @@
 #include <vector>
 
 #include "primitives/element_words.h"
-#include "primitives/math/exponential_and_logarithm.h"
-#include "primitives/math/phase.h"
-#include "primitives/processor/floating_point_control.h"
 #include "tests/primitives/bits.h"
 #include "tests/primitives/ulps.h"
 
@@ -228,50 +225,6 @@ TEST(Polar, KeepsTheWidthAndTheSigns) {
   EXPECT_EQ(powers[0], kWideInfinity);
   EXPECT_EQ(powers[1], 4 * 0x1p-1074);
   EXPECT_EQ(powers[2], 25.0);
-}
-
-// So few results are close to the middle between two floats that all of these are the nearest one.
-TEST(ElementaryFunctions, GiveTheNearestFloat) {
-  RandomElements random(3, false);
-  const auto anyFloat = [&random] {
-    return std::bit_cast<float>(static_cast<uint32_t>(random.Bits() % 0x7f800000));
-  };
-  for (int i = 0; i < 50000; ++i) {
-    const float x =
-        i % 2 == 0 ? anyFloat() : 1.0F + static_cast<float>(random.Bits() % 4096) / 65536;
-    const float exponent = static_cast<float>(random.Bits() % 0x1000000) / 0x10000 - 128.0F;
-    const Complex32f number = {i % 3 == 0 ? x : exponent, i % 5 < 2 ? -anyFloat() : exponent / 3};
-    float logarithm = 0.0F;
-    float exponential = 0.0F;
-    float phase = 0.0F;
-    ippsLn_32f(&x, &logarithm, 1);
-    ippsExp_32f(&exponent, &exponential, 1);
-    ippsPhase_32fc(&number, &phase, 1);
-    const long double wide = x;
-    const auto angle = [=] { return std::atan2(static_cast<long double>(number.im), number.re); };
-    const auto natural = [=] { return std::log(wide); };
-    EXPECT_LE(Ulps(primitives::PhaseOf(number), angle), 0.505) << number.re << ' ' << number.im;
-    EXPECT_LE(Ulps(primitives::LogarithmOf(x), natural), 0.505) << x;
-    const ExtendedPrecision scope;
-    EXPECT_EQ(Bits(logarithm), Bits(static_cast<float>(natural()))) << x;
-    EXPECT_EQ(Bits(phase), Bits(static_cast<float>(angle()))) << number.re << ' ' << number.im;
-    const auto nearest = static_cast<float>(std::exp(static_cast<long double>(exponent)));
-    EXPECT_EQ(Bits(exponential), Bits(nearest)) << exponent;
-  }
-}
-
-TEST(Exponential, GroupsAreNearTheirValues) {
-  RandomElements random(4, false);
-  for (int i = 0; i < 20000; ++i) {
-    const double x = Uniform(&random, -708.0, 708.0);
-    const auto single = static_cast<float>(x / 8.2);
-    Doubles doubles = {Uniform(&random, -708.0, 708.0), x, Uniform(&random, -708.0, 708.0), 0.5};
-    Floats floats = {-0.5F, single, 2.0F * single / 3.0F, 80.0F};
-    ippsExp_64f_I(doubles.data(), 4);
-    ippsExp_32f_I(floats.data(), 4);
-    EXPECT_LE(Ulps(doubles[1], [=] { return std::exp(static_cast<long double>(x)); }), 1.2) << x;
-    EXPECT_LE(Ulps(floats[1], [=] { return std::exp(static_cast<long double>(single)); }), 0.58);
-  }
 }
 
 }  // namespace
