@@ -220,7 +220,6 @@ DAMAGES = (
     ("never discarded", clear_flag("INIT", DISCARDABLE), "INIT is not discardable code"),
     ("code in an unknown section", rename("PAGE", b"CODE"), "FilterAddDevice lies in CODE"),
     ("entry beside DriverEntry", move_entry, "the entry is not DriverEntry"),
-    ("no code", set_field("FILE_HEADER", "Machine", 0x8664), "the code cannot be read"),
     ("SSE", write_at_entry(b"\x0f\x57\xc0"), "vector code"),
     ("MMX", write_at_entry(b"\x0f\x77"), "vector code"),
 )
@@ -230,7 +229,6 @@ REPLACEMENTS = (
     ("an import less", b"\0DbgPrint\0", b"\0DbgXrint\0", "ntoskrnl.exe DbgPrint is listed"),
     ("another module", b"HAL.dll", b"CRT.dll", "imports from crt.dll"),
     ("static constructors", b"__Z12FilterUnload", b"__GLOBAL__sub_I_x", "static constructors"),
-    ("no symbol", b"__Z12FilterUnload", b"__GLOBAL__sub_I_x", "FilterUnload lies in no section"),
 )
 
 
