@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/bench_rows.h"
+#include "bench/rows.h"
 #include "primitives/sorting.h"
 
 namespace zr::bench {
