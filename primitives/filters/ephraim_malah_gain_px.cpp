@@ -12,11 +12,11 @@ namespace {
 
 constexpr int32_t kMostPosteriorRatio = 100 << 15;
 
-/// The fit over the octave that m, at least 128, is in, Q22.
+/// The fit over the octave that m is in, Q22.
 int64_t OctaveCorrection(uint32_t m) {
-  const int octave = static_cast<int>(std::bit_width(m)) - 8;
+  const auto octave = static_cast<int>(std::bit_width(m >> 8));
   const OctaveFit& fit = kOctaveFits[static_cast<std::size_t>(octave)];
-  const int64_t distance = m - (uint32_t{128} << octave);
+  const int64_t distance = m - std::bit_floor(m);
   return ((((fit.a * distance) >> 13) - fit.b) * distance >> (octave + 5)) + fit.c;
 }
 
