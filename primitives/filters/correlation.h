@@ -13,10 +13,10 @@ extern "C" {
 /// overlap gives 0. Any lowLag is allowed; lags are formed in 64 bits.
 ///
 /// pSrc1: len1 samples; pSrc2: len2 samples; pDst: dstLen samples, which overlap neither source.
-/// Either the sums are formed one by one, exactly, or all at once through a Fourier
-/// transform in single precision, where dstLen * min(len1, len2) / max(len1, len2), counting only
-/// lags with overlap and rounded to an integer, is above 383. The transform's rounding, about 1e-7
-/// of the root of the product of both signals' energies, may change the last bits of a result.
+/// Either the sums are formed one by one, exactly, or all at once through a Fourier transform in
+/// single precision, where dstLen * min(len1, len2) / max(len1, len2), counting only lags with
+/// overlap and rounded to an integer, is above 383. The transform's rounding, about 1e-7 of the
+/// root of the product of both signals' energies, may change the last bits of a result.
 ///
 /// Returns -8 if a pointer is null, then -6 if a length is below 1; nothing is written then. It
 /// allocates memory for the call. Returns -9 if there is none, -15 if the transform would be longer

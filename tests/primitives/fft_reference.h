@@ -16,12 +16,6 @@ namespace zr::test {
 
 using Exact = std::complex<long double>;
 
-/// Whether long double is wider than double here: the x87 may run with less.
-inline bool IsLongDoubleWide() {
-  volatile long double one = 1.0L;
-  return one + 0x1p-60L != one;
-}
-
 /// exp(-2 pi i k / n), or its conjugate.
 inline Exact RootOfUnity(int64_t k, int64_t n, bool isForward) {
   const ExtendedPrecision scope;

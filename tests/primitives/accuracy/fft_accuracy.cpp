@@ -54,6 +54,12 @@ double RealInverseError(int32_t order) {
                         order);
 }
 
+// The x87 may run with less than the type holds.
+bool IsLongDoubleWide() {
+  volatile long double one = 1.0L;
+  return one + 0x1p-60L != one;
+}
+
 }  // namespace
 }  // namespace zr::test
 
